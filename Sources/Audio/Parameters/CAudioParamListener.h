@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Audio/Parameters/CAudioParamRequest.h"
+
+namespace kor
+{
+
+class CAudioParamCollector;
+class CAudioParamStorage;
+
+// One change on its way to its listeners: a request with its values copied in. Reference-counted, since one record may
+// wait in several queues. Comes from the collector's pool; audio thread once it has left the pending list.
+class CAudioParamRecord
+{
+public:
+    virtual ~CAudioParamRecord() = default;
+
+    /// The change; valid while the record lives.
+    const CAudioParamRequest& request() const noexcept { return change; }
+
+protected:
+    CAudioParamRequest change;
+};
+
+// Whoever follows parameters on the audio thread: a queue of records in the order of their arrival, and a flag that
+// says that something waits. The owner walks the queue at the start of its block by take().
+class CAudioParamListener
+{
+public:
+    CAudioParamListener() = default;
+    CAudioParamListener(const CAudioParamListener&) = delete;
+    CAudioParamListener& operator=(const CAudioParamListener&) = delete;
+
+    /// Withdraws from every parameter and releases what waits.
+    virtual ~CAudioParamListener();
+
+    /// True when records wait. Audio thread.
+    bool hasChanges() const noexcept { return first != nullptr; }
+
+    /// Calls `apply(record)` for every waiting record in order and releases them. Audio thread; never allocates.
+    template <class Function>
+    void takeChanges(Function&& apply)
+    {
+        while (first != nullptr)
+        {
+            apply(static_cast<const CAudioParamRecord&>(*peekRecord()));
+            dropFirst();
+        }
+    }
+
+    struct CQueueLink;
+
+private:
+    friend class CAudioParam;
+    friend class CAudioParamCollector;
+    const CAudioParamRecord* peekRecord() const noexcept;
+    void dropFirst() noexcept;
+
+    CAudioParamCollector* collector = nullptr;
+    CQueueLink* first = nullptr;
+    CQueueLink* last = nullptr;
+    int bindings = 0;
+};
+
+}
