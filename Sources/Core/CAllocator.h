@@ -25,9 +25,20 @@ void freeBlock(void* pointer) noexcept;
 /// Moves a block to a new size, keeping the smaller of both contents; null (and the old block kept) on failure.
 void* reallocBlock(void* pointer, std::size_t size) noexcept;
 
+/// As allocBlock, for callers that cannot go on without the block: ends the process when memory has run out.
+void* needBlock(std::size_t size) noexcept;
+
 /// How many blocks the calling thread has taken and given back so far; for the guard that proves an audio thread
 /// allocates nothing.
 std::size_t blockOperationsOfThisThread() noexcept;
+
+// The allocator itself, which the functions above are in every build without a sanitizer; tests reach it in all builds.
+namespace arena
+{
+void* allocBlock(std::size_t size) noexcept;
+void freeBlock(void* pointer) noexcept;
+void* reallocBlock(void* pointer, std::size_t size) noexcept;
+}
 
 /// Lets standard containers of the framework live in small blocks.
 template <class T>
@@ -39,7 +50,7 @@ struct CBlockAllocator
     CBlockAllocator(const CBlockAllocator<U>&) noexcept
     {
     }
-    T* allocate(std::size_t count) { return static_cast<T*>(allocBlock(count * sizeof(T))); }
+    T* allocate(std::size_t count) { return static_cast<T*>(needBlock(count * sizeof(T))); }
     void deallocate(T* pointer, std::size_t) noexcept { freeBlock(pointer); }
     friend bool operator==(const CBlockAllocator&, const CBlockAllocator&) noexcept { return true; }
 };

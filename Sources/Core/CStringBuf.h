@@ -19,7 +19,10 @@ namespace kor
 class CStringBuf
 {
 public:
-    CStringBuf() noexcept;
+    CStringBuf() noexcept : data(inlineBuffer), capacity(0), count(0), wide(false)
+    {
+        inlineBuffer[0] = inlineBuffer[1] = 0;      // a terminator in either width
+    }
     CStringBuf(const char* latin1);                 // NUL-terminated Latin-1 text (ASCII literals)
     CStringBuf(std::string_view latin1);
     CStringBuf(std::u16string_view wide);           // stays wide
@@ -27,7 +30,11 @@ public:
     CStringBuf(CStringBuf&& other) noexcept;
     CStringBuf& operator=(const CStringBuf& other);
     CStringBuf& operator=(CStringBuf&& other) noexcept;
-    ~CStringBuf();
+    ~CStringBuf()
+    {
+        if (capacity != 0)
+            freeBlock(data);
+    }
 
     int length() const noexcept { return count; }
     bool isEmpty() const noexcept { return count == 0; }
@@ -46,6 +53,7 @@ public:
     void append(char16_t unit);                     // widens when above 255
     void append(const CStringBuf& text);
     void append(std::string_view latin1);
+    void append(const char* latin1) { append(std::string_view(latin1)); }
     CStringBuf& operator+=(const CStringBuf& text) { append(text); return *this; }
     friend CStringBuf operator+(CStringBuf left, const CStringBuf& right) { left.append(right); return left; }
 
@@ -91,16 +99,39 @@ public:
     static CStringBuf fromUtf8(std::string_view utf8);
     std::string toUtf8() const;
 
+    /// Cuts the text at a character boundary so that it has at most `bytes` bytes in UTF-8.
+    void cutToUtf8Bytes(std::size_t bytes);
+
     std::strong_ordering compare(const CStringBuf& other) const noexcept;
     bool equals(std::string_view latin1) const noexcept;
-    friend bool operator==(const CStringBuf& a, const CStringBuf& b) noexcept { return a.compare(b) == 0; }
-    friend std::strong_ordering operator<=>(const CStringBuf& a, const CStringBuf& b) noexcept { return a.compare(b); }
+    friend bool operator==(const CStringBuf& a, const CStringBuf& b) noexcept
+    {
+        return a.count == b.count && a.compare(b) == 0;
+    }
+    friend std::strong_ordering operator<=>(const CStringBuf& a, const CStringBuf& b) noexcept
+    {
+        return a.compare(b);
+    }
 
 private:
     static constexpr int inlineBytes = 32;
 
+    friend class CEmptyString;
+    enum class Constant
+    {
+        empty
+    };
+    constexpr explicit CStringBuf(Constant) noexcept
+        : inlineBuffer{}, data(inlineBuffer), capacity(0), count(0), wide(false)
+    {
+    }
+
     void reserveBytes(std::size_t bytes);           // with terminator; keeps the contents
-    void assign(const void* characters, int newCount, bool isWide);
+    void assign(const void* characters, std::size_t newCount, bool isWide);
+    bool owns(const void* address) const noexcept;
+    void terminate() noexcept;
+    char* bytes() noexcept { return static_cast<char*>(data); }
+    char16_t* units() noexcept { return static_cast<char16_t*>(data); }
 
     alignas(16) char inlineBuffer[inlineBytes];
     void* data;
