@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "SourceFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <sys/wait.h>
+
+using namespace kor;
+
+namespace
+{
+
+struct CRun
+{
+    int exitCode;
+    std::string out;
+    std::string err;
+};
+
+/// Runs a program of the build inside the folder.
+CRun run(const CSourceFolder& folder, const std::string& command)
+{
+    const int status = std::system(
+        ("cd '" + folder.path("") + "' && " + command + " > out.txt 2> err.txt").c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, folder.read("out.txt"), folder.read("err.txt")};
+}
+
+TEST(TreeProgram, WritesTreeAndDependencies)
+{
+    CSourceFolder folder;
+    folder.write("part one.xml", "<tree><y/></tree>");
+    folder.write("main.xml", "<tree><include file='part one.xml'/><include file='part one.xml'/></tree>");
+    const CRun result = run(folder, MORVA_TREE " --types types.txt --depfile out.d main.xml out.tree");
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.out + result.err, "");
+    EXPECT_EQ(folder.read("out.d"), "out.tree: \\\n  types.txt \\\n  main.xml \\\n  part\\ one.xml\n");
+
+    CCompiledTree tree;
+    ASSERT_FALSE(compileTree(folder.path("main.xml"), folder.path("types.txt"), tree));
+    EXPECT_EQ(folder.read("out.tree"), std::string(tree.bytes.begin(), tree.bytes.end()));
+}
+
+TEST(TreeProgram, ExitCodesAndOneLine)
+{
+    struct Case
+    {
+        const char* arguments;
+        int exitCode;
+        const char* err;
+    };
+    const Case cases[] = {
+        {"--types types.txt main.xml out.tree", 1,
+         "main.xml:2: unknown object type 'w' (neither a type nor a template seen from here)\n"},
+        {"--types none.txt main.xml out.tree", 1, "none.txt: cannot be read (No such file or directory)\n"},
+        {"--types types.txt none.xml out.tree", 1, "none.xml: cannot be read (No such file or directory)\n"},
+        {"--types types.txt good.xml none/out.tree", 1,
+         "none/out.tree: cannot be written (No such file or directory)\n"},
+        {"", 2, "morva-tree: --types is missing (try --help)\n"},
+        {"--types", 2, "morva-tree: --types needs a file (try --help)\n"},
+        {"--types types.txt good.xml", 2,
+         "morva-tree: one source and one output expected, not 1 names (try --help)\n"},
+        {"--typo types.txt good.xml out.tree", 2, "morva-tree: unknown option '--typo' (try --help)\n"},
+    };
+    CSourceFolder folder;
+    folder.write("main.xml", "<tree>\n<w/></tree>");
+    folder.write("good.xml", "<tree/>");
+    folder.write("out.tree", "before");
+    for (const Case& c : cases)
+    {
+        const CRun result = run(folder, std::string(MORVA_TREE " ") + c.arguments);
+        EXPECT_EQ(result.exitCode, c.exitCode) << c.arguments;
+        EXPECT_EQ(result.err, c.err) << c.arguments;
+        EXPECT_EQ(folder.read("out.tree"), "before") << c.arguments;
+    }
+    const CRun help = run(folder, MORVA_TREE " --help");
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_EQ(help.out.rfind("Usage: morva-tree ", 0), 0u);
+}
+
+TEST(EmbedProgram, BytesComeBackFromTheCompiledTable)
+{
+    CSourceFolder folder;
+    std::string all;
+    for (int i = 0; i < 256; ++i)
+        all += static_cast<char>(i);
+    folder.write("all.bin", all + "7\"\\??/" + all);
+    folder.write("empty.bin", "");
+    ASSERT_EQ(run(folder, MORVA_EMBED " table.cpp ../a/all=all.bin Empty=empty.bin").exitCode, 0);
+
+    // A stand-in for the header of the house, and a program that writes the table out again.
+    folder.write("MorvaResources.h", "namespace kor { struct CResourceEntry { const unsigned char* block; const char* name; }; }\n"
+                                     "extern const kor::CResourceEntry morvaResources[];\n");
+    folder.write("print.cpp", R"(#include "MorvaResources.h"
+#include <cstdio>
+int main()
+{
+    for (const kor::CResourceEntry* e = morvaResources; e->block != nullptr; ++e)
+    {
+        const unsigned char* b = e->block;
+        const unsigned size = b[0] | b[1] << 8 | b[2] << 16 | static_cast<unsigned>(b[3]) << 24;
+        std::printf("%s %u:", e->name, size);
+        std::fwrite(b + 4, 1, size, stdout);
+    }
+})");
+    ASSERT_EQ(run(folder, MORVA_COMPILER " -std=c++17 -Wall -Wextra -Werror -I. table.cpp print.cpp -o print").exitCode, 0)
+        << folder.read("err.txt");
+    EXPECT_EQ(run(folder, "./print").out, "../a/all 518:" + all + "7\"\\??/" + all + "Empty 0:");
+}
+
+TEST(EmbedProgram, ExitCodesAndOneLine)
+{
+    struct Case
+    {
+        const char* arguments;
+        int exitCode;
+        const char* err;
+    };
+    const Case cases[] = {
+        {"out.cpp a=none.bin", 1, "none.bin: cannot be embedded (No such file or directory)\n"},
+        {"out.cpp a=.", 1, ".: cannot be embedded (it is a directory)\n"},
+        {"none/out.cpp a=types.txt", 1, "none/out.cpp: cannot be written (No such file or directory)\n"},
+        {"", 2, "morva-embed: the output is missing (try --help)\n"},
+        {"out.cpp types.txt", 2, "morva-embed: 'types.txt' is not of the form NAME=FILE (try --help)\n"},
+        {"out.cpp a=types.txt a=types.txt", 2, "morva-embed: the name 'a' is given twice (try --help)\n"},
+    };
+    CSourceFolder folder;
+    for (const Case& c : cases)
+    {
+        const CRun result = run(folder, std::string(MORVA_EMBED " ") + c.arguments);
+        EXPECT_EQ(result.exitCode, c.exitCode) << c.arguments;
+        EXPECT_EQ(result.err, c.err) << c.arguments;
+        EXPECT_FALSE(folder.has("out.cpp")) << c.arguments;
+    }
+}
+
+}
