@@ -1,25 +1,36 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "Audio/Parameters/CAudioParamChangeScope.h"
 #include "Audio/Parameters/CAudioParamInfo.h"
 #include "Audio/Parameters/CAudioParamListener.h"
 #include "Audio/Parameters/CAudioParamStorage.h"
 #include "Platform/CLock.h"
 
+#include <atomic>
+#include <memory>
+#include <span>
+
 namespace kor
 {
 
 class CAudioParamCollector;
+class CAudioParamDef;
+class CAudioParamUndoContext;
+struct CAudioParamBinding;
+struct CAudioParamPooledRecord;
 
-/// Takes part in changes as they are made, under the parameter's lock, on the thread of the change.
+/// Takes part in changes as they are made, under the parameter's lock, on the thread of the change. May change other
+/// parameters (sources and destinations must stay acyclic), append to a leaf queue, or put off work behind all locks
+/// by CAudioParamChangeScope::defer.
 class CAudioParamChangeHook
 {
 public:
     virtual ~CAudioParamChangeHook() = default;
-    virtual void onParamChange(const CAudioParamRequest& request, class CAudioParamUndoContext* undo) = 0;
+    virtual void onParamChange(const CAudioParamRequest& request, CAudioParamUndoContext* undo) = 0;
 };
 
-/// Records what a user's action changed, before and after.
+/// Records what a user's action changed, before and after; called under the parameter's lock.
 class CAudioParamUndoContext
 {
 public:
@@ -35,18 +46,35 @@ enum class CAudioParamDelivery
     immediate                   // the audio thread between blocks: straight into the listeners' queues
 };
 
+/// Which part of a parameter a stored block goes to.
+struct CAudioParamLoadTarget
+{
+    bool toDefaults = false;            // into the default store, without change or undo
+    int group = everyIndex;             // everyIndex: the whole parameter; a group takes the block's first group
+    int element = everyIndex;           // everyIndex: all elements of the group; else the block's first element
+    bool isLast = false;                // the group's list ends behind this element
+};
+
 // One parameter of an instance, addressed by its full dotted name, group and element. The change operation is the only
-// write path. Any thread; the lock guards the stores and the listener chain. Listener storage belongs to the audio
-// thread.
+// write path. Any thread; the lock guards the stores and hooks. The listener chain and the copy of the values as the
+// audio side has them belong to the audio thread.
 class CAudioParam
 {
 public:
     CAudioParam(CAudioParamCollector& owner, const CStringBuf& fullName);
     ~CAudioParam();
+    CAudioParam(const CAudioParam&) = delete;
+    CAudioParam& operator=(const CAudioParam&) = delete;
 
     const CStringBuf& fullName() const noexcept { return name; }
-    const CAudioParamInfo& info() const noexcept { return paramInfo; }
-    bool hasInfo() const noexcept;
+
+    /// The definition; an empty one while hasInfo() is false. Stays valid for the parameter's life even if another
+    /// definition replaces it. Any thread, no lock.
+    const CAudioParamInfo& info() const noexcept;
+    bool hasInfo() const noexcept { return paramInfo.load(std::memory_order_acquire) != nullptr; }
+
+    /// The definition object, null while there is none. Any thread.
+    const CAudioParamDef* definition() const noexcept { return definitionObject.load(std::memory_order_acquire); }
 
     /// The one write path. Values are clamped to the range, NaN to its low end. Dropped while the parameter has no
     /// info or is locked. Fills a gap before the first element with defaults.
@@ -60,33 +88,99 @@ public:
     /// One text of a string parameter, cut at 61,440 bytes of UTF-8.
     void setText(int group, int element, const CStringBuf& text, CAudioParamUndoContext* undo = nullptr);
 
-    /// Copies from the default store; group may be allGroups, element everyIndex.
-    void reset(int group, int element, CAudioParamUndoContext* undo = nullptr);
+    /// The second half of CAudioParamCollector::deliver, off the audio thread: stores what the audio side has already,
+    /// and sends it once more only if another change overtook it. `mark` is what deliver returned.
+    void storeDelivered(const CAudioParamRequest& request, std::uint64_t mark);
 
-    double getValue(int group, int element) const;
+    /// Copies from the default store; group may be allGroups, element everyIndex. isLast cuts the list behind the
+    /// element.
+    void reset(int group, int element, CAudioParamUndoContext* undo = nullptr, bool isLast = false);
+
+    /// Replaces values from a stored block: its path, which is ignored, and the store. All groups land in one flush.
+    /// On failure nothing has changed. A locked parameter reads the block and keeps its values.
+    CError load(CInputStream& stream, const CAudioParamLoadTarget& target, CAudioParamUndoContext* undo = nullptr);
+
+    /// Writes the block of the current values under the name of the definition; everyIndex writes all groups.
+    CError save(COutputStream& stream, const CStringBuf& definitionName, int group) const;
+
+    double getValue(int group, int element, int component = 0) const;
     int getElementCount(int group) const;
     CStringBuf getText(int group, int element) const;
 
-    /// Binds a listener: its storage is brought up to date at once and follows from then on. group and element may be
-    /// everyIndex. One listener may bind several storages. Audio thread, or any thread while not processing.
+    /// The stores themselves, while the caller holds lock().
+    const CAudioParamStorage& values() const noexcept { return current; }
+    const CAudioParamStorage& defaultValues() const noexcept { return defaults; }
+
+    /// Binds a listener: its storage is laid out and brought up to date at once, exactly to what the last flush made
+    /// audible; later changes come once each as records, and the listener's owner writes them to the storage with
+    /// `storage.applyChange(record.request())`. group and element may be everyIndex. One listener may bind several
+    /// storages; a change of a parameter comes once, however many of its storages it fits. Audio thread, or any thread
+    /// while not processing. Allocates.
     void addListener(CAudioParamListener& listener, CAudioParamStorage& storage, int group, int element);
+
+    /// Also drops what waits in the listener for this parameter once none of its storages is bound to it.
     void removeListener(CAudioParamListener& listener, CAudioParamStorage& storage);
 
+    /// Hooks run on every change in the order of their attachment. A hook detaches while no change can be running.
     void addHook(CAudioParamChangeHook& hook);
     void removeHook(CAudioParamChangeHook& hook);
 
+    /// The registry that this parameter selects presets of; runs ahead of the other hooks. Null for none.
+    void setSelectionHook(CAudioParamChangeHook* hook);
+
+    /// A locked parameter ignores all changes.
     void setLocked(bool locked);
 
+    /// Take no lock of an environment, collector or stream under it. Around changes made with this lock held, open a
+    /// CAudioParamChangeScope first, so that put-off calls wait until the lock is left.
     CLock& lock() const noexcept { return mutex; }
 
 private:
     friend class CAudioParamCollector;
+    friend class CAudioParamListener;
+    friend class CAudioParamQueue;
+
+    struct CPrepared;
+    void define(const CAudioParamDef& definition);
+    void takeInfo(const CAudioParamInfo& next, const CAudioParamDef* definition);
+    bool prepare(CPrepared& prepared, const CAudioParamRequest& request, const CAudioParamInfo& info) const;
+    void fillGap(int group, int firstElement, CAudioParamUndoContext* undo, CAudioParamDelivery delivery);
+    void store(const CAudioParamRequest& request, CAudioParamUndoContext* undo, CAudioParamDelivery delivery,
+               const std::uint64_t* mark);
+    void resetGroup(int group, int element, CAudioParamUndoContext* undo, bool isLast);
+    void sendWhole();
+    void drainAudible();
+
     mutable CLock mutex;
     CAudioParamCollector& collector;
     CStringBuf name;
-    CAudioParamInfo paramInfo;
+    std::atomic<const CAudioParamInfo*> paramInfo{nullptr};
+    std::atomic<const CAudioParamDef*> definitionObject{nullptr};
+
+    // Under the lock.
+    CArray<std::unique_ptr<const CAudioParamInfo>> infos;       // the last one counts; older ones may still be read
     CAudioParamStorage current;
     CAudioParamStorage defaults;
+    CArray<CAudioParamChangeHook*> hooks;
+    CAudioParamChangeHook* selectionHook = nullptr;
+    bool isLocked = false;
+    std::uint64_t sequence = 0;                 // number of the latest change
+    std::uint64_t queuedSequence = 0;           // of the latest that went towards the audio side
+
+    // Under the environment's lock.
+    CAudioParamPooledRecord* lastPending = nullptr;
+
+    // Of the audio thread.
+    CAudioParamStorage audible;
+    const CAudioParamInfo* audibleInfo = nullptr;
+    CAudioParamBinding* firstBinding = nullptr;
+    CAudioParamBinding* lastBinding = nullptr;
+    CAudioParamListener::CQueueLink* firstQueued = nullptr;     // delivered since audible was brought up to date
+    CAudioParamListener::CQueueLink* lastQueued = nullptr;
+    CAudioParam* nextTouched = nullptr;
+    std::uint64_t touchedGeneration = 0;
+    std::uint64_t flushedSequence = 0;
+    std::atomic<int> bindingCount{0};
 };
 
 }

@@ -6,8 +6,9 @@
 namespace kor
 {
 
-class CAudioParamCollector;
+class CAudioParamQueue;
 class CAudioParamStorage;
+struct CAudioParamBinding;
 
 // One change on its way to its listeners: a request with its values copied in. Reference-counted, since one record may
 // wait in several queues. Comes from the collector's pool; audio thread once it has left the pending list.
@@ -24,7 +25,7 @@ protected:
 };
 
 // Whoever follows parameters on the audio thread: a queue of records in the order of their arrival, and a flag that
-// says that something waits. The owner walks the queue at the start of its block by take().
+// says that something waits. The owner walks the queue at the start of its block by takeChanges().
 class CAudioParamListener
 {
 public:
@@ -32,7 +33,7 @@ public:
     CAudioParamListener(const CAudioParamListener&) = delete;
     CAudioParamListener& operator=(const CAudioParamListener&) = delete;
 
-    /// Withdraws from every parameter and releases what waits.
+    /// Withdraws from every parameter and releases what waits. The collector must still live.
     virtual ~CAudioParamListener();
 
     /// True when records wait. Audio thread.
@@ -54,13 +55,14 @@ public:
 private:
     friend class CAudioParam;
     friend class CAudioParamCollector;
+    friend class CAudioParamQueue;
     const CAudioParamRecord* peekRecord() const noexcept;
     void dropFirst() noexcept;
 
-    CAudioParamCollector* collector = nullptr;
+    CAudioParamQueue* queue = nullptr;          // of the collector, from the first binding on
+    CAudioParamBinding* firstBinding = nullptr;
     CQueueLink* first = nullptr;
     CQueueLink* last = nullptr;
-    int bindings = 0;
 };
 
 }

@@ -6,6 +6,7 @@
 #include "Core/CStream.h"
 
 #include <cstdint>
+#include <span>
 
 namespace kor
 {
@@ -18,12 +19,16 @@ class CAudioParamInfo;
 class CAudioParamStorage
 {
 public:
+    static constexpr int maxGroups = 64;
+    static constexpr int maxElements = 65536;           // of a group
+
     CAudioParamStorage();
     CAudioParamStorage(const CAudioParamStorage& other);
     CAudioParamStorage& operator=(const CAudioParamStorage& other);
     ~CAudioParamStorage();
 
-    /// Drops values and items and takes over element size, type and flags; defaults come from `info` too.
+    /// Drops values and items and takes over element size, type and flags; defaults come from `info` too. The group
+    /// count stays, 1 for a single-group parameter; all lists are empty.
     void clear(const CAudioParamInfo& info);
 
     /// 0 to 64 groups; new groups start empty.
@@ -38,14 +43,29 @@ public:
 
     /// Text / bytes of an item parameter; empty when there is none.
     const CStringBuf& getText(int group, int element) const noexcept;
-    const CByteArray* getRaw(int group, int element) const noexcept;
+    std::span<const unsigned char> getRaw(int group, int element) const noexcept;
 
-    /// Writes the values of a request, growing the group's list as needed.
+    /// The list of a group, elementCount x elementSize; empty for a group that does not exist.
+    std::span<const double> values(int group) const noexcept;
+    const CAudioParamData& data() const noexcept { return items; }
+
+    /// Fills every group's list with its defaults.
+    void fillWithDefaults();
+
+    /// Writes the values of a request, growing the group's list as needed, holes filled with defaults. Groups beyond
+    /// the count, elements beyond 65,536 and requests of another layout are left out; on a single-group or
+    /// single-element storage index 0 is meant. Ids are counted and the items shared.
     void applyChange(const CAudioParamRequest& request);
 
     /// Stored form, see the preset format; group -1 writes all groups.
     CError save(COutputStream& stream, int group) const;
+
+    /// Element size and type must be this storage's. Groups that the block lacks become empty, groups beyond this
+    /// storage's count are read and dropped, as are elements and groups beyond the one of a single parameter. On
+    /// failure nothing has changed.
     CError load(CInputStream& stream);
+
+    /// Forces every value into its component's range, NaN to the low end; ids of no item become 0.
     void clampTo(const CAudioParamInfo& info);
 
 private:
@@ -56,6 +76,13 @@ private:
     static constexpr int inlineGroups = 12;
     CGroup& groupAt(int group) noexcept;
     const CGroup& groupAt(int group) const noexcept;
+    const double* findElement(int group, int element) const noexcept;
+    const CArray<double>* defaultList(int group) const noexcept;
+    void applyToGroup(int group, int firstElement, int count, const CAudioParamRequest& request);
+    void resize(CArray<double>& list, int group, int count);
+    double takeItem(double value, const CAudioParamData* source);
+    void swapValues(CAudioParamStorage& other) noexcept;
+    CError loadItems(CInputStream& stream, CMap<std::uint32_t, int>& ids);
 
     std::uint32_t size = 1;
     CAudioParamType valueType = CAudioParamType::real;
