@@ -25,8 +25,9 @@ struct CApplicationSetup
 class CApplication
 {
 public:
-    /// Starts the process-wide part. A second call does nothing and succeeds. A shared tree that does not load is
-    /// logged, and the start still succeeds: roots then fail with "No shared object created."
+    /// Starts the process-wide part. A second call does nothing and succeeds; after finishApplication it finds all in
+    /// place. A shared tree that does not load is reported, and the start still succeeds: roots then fail with "No
+    /// shared object created." Failures go to the standard error stream and the log. Any thread.
     static CError initApplication(const CApplicationSetup& setup);
 
     /// Ends it: writes "Finalizing application..." and drops the marker. The shared tree goes at process exit.
@@ -35,7 +36,8 @@ public:
     /// True between a successful start and the end.
     static bool exists() noexcept;
 
-    /// "Shared object already exists." on a second call.
+    /// "Shared object already exists." on a second call. A tree loaded from a resource is frozen once complete; with
+    /// an empty name an empty root is made, which its maker may fill and freeze. On failure there is no shared tree.
     static CError initSharedObject(const CStringBuf& resourceName);
 
     /// A new root with its own notify server; "No shared object created." without a shared tree. The caller ends it
@@ -45,6 +47,13 @@ public:
 
     /// Null before the start and while the process ends.
     static CObject* getSharedRoot() noexcept;
+
+    /// Scale of windows, from the user's setting at the start; 1.0 by default.
+    static double uiScale() noexcept;
+
+    /// For tests, which build several trees in one process: destroys the shared tree, so that another can be loaded.
+    /// No other tree may be there.
+    static void destroySharedObjectForTests();
 };
 
 }

@@ -38,14 +38,17 @@ public:
     static CAttrValue ofDouble(double value);
     static CAttrValue ofInt(std::int32_t value);
     static CAttrValue ofString(const CStringBuf& value);
+    static CAttrValue ofPlainString(const CStringBuf& value);   // text whose braces are never expanded
 
     void setBool(bool value);
     void setDouble(double value);
     void setInt(std::int32_t value);
     void setString(const CStringBuf& value);        // type by the text: int, empty, bool, else string
+    void setPlainString(const CStringBuf& value);   // the same; its braces are text and never expanded
     void setValue(const CAttrValue& value);         // keeps handler and pending state
 
     Type type() const noexcept { return valueType; }
+    bool isPlainText() const noexcept { return (flags & plainText) != 0; }
     bool asBool() const;
     double asDouble() const;
     std::int32_t asInt() const;
@@ -68,11 +71,17 @@ private:
         doubleValid = 2,
         intValid = 4,
         stringValid = 8,
+        plainText = 16,
         isPending = 32,
-        handlerFound = 64
+        handlerFound = 64,
+        isBeingSet = 128
     };
+    static constexpr int slotFlags = boolValid | doubleValid | intValid | stringValid;
+    static constexpr int placeFlags = isPending | handlerFound | isBeingSet;
 
-    void keepOnly(Flag written) noexcept;
+    void keepOnly(int written) noexcept;
+    void storeText(const CStringBuf& text) const;
+    void copyFrom(const CAttrValue& other);
 
     CAttrValue* nextPending = nullptr;
     CAttrHandler handler = nullptr;

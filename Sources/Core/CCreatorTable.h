@@ -41,6 +41,9 @@ public:
 
     /// Null when the type has no creator.
     static const CEntry* find(const CStringBuf& tag);
+
+    /// What roots and objects of a type without creator react to. Any thread.
+    static const CObjectClassInfo& plainObjectInfo();
 };
 
 }

@@ -27,6 +27,7 @@ public:
         std::uint32_t size;
     };
 
+    /// A name that is there already gets the new block. Null adds nothing.
     static void add(const CResourceEntry* table);
 
     /// Null when there is no such block.
