@@ -23,9 +23,11 @@ struct CSourceReader::CFile
     std::string text;
     std::vector<std::size_t> lineStarts;
 
+    /// Of a text: where its first character that is not blank stands.
     int lineOf(const pugi::xml_node& node) const
     {
-        const auto offset = static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, node.offset_debug()));
+        const auto start = static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, node.offset_debug()));
+        const std::size_t offset = text.find_first_not_of(" \t\r\n", start);
         return static_cast<int>(std::upper_bound(lineStarts.begin(), lineStarts.end(), offset) - lineStarts.begin());
     }
 };

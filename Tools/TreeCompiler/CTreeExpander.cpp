@@ -12,6 +12,10 @@ namespace
 /// A window holds a few thousand objects; templates that use each other twice and more reach this by mistake only.
 constexpr std::size_t maxNodes = 1000000;
 
+/// Elements under way at one moment. Templates are read where they are first used, so levels of several add up here;
+/// a tree that may be loaded needs less than twice its levels.
+constexpr int maxCalls = 2 * maxTreeLevels;
+
 int levelsOf(const CTreeNode& node)
 {
     int deepest = 0;
@@ -68,7 +72,7 @@ CMistake CTreeExpander::begin(CTreeNode& node, const CMeaning& meaning, const CS
     std::size_t added = 1;
     if (meaning.used != nullptr)
     {
-        if (CMistake m = complete(*meaning.used, user, level))
+        if (CMistake m = complete(*meaning.used, user))
             return m;
         if (level + meaning.used->levels - 1 > maxTreeLevels)
             return tooDeep(user);
@@ -89,6 +93,9 @@ CMistake CTreeExpander::begin(CTreeNode& node, const CMeaning& meaning, const CS
 
 CMistake CTreeExpander::apply(CTreeNode& node, const CSourceNode& source, const CTemplateScope* outer, int level)
 {
+    if (calls >= maxCalls)
+        return tooDeep(source);
+    ++calls;
     node.source = &source;
     for (const CTreeAttr& attr : source.attrs)
         setAttr(node.attrs, attr);
@@ -101,6 +108,7 @@ CMistake CTreeExpander::apply(CTreeNode& node, const CSourceNode& source, const 
     for (const CSourceNode& child : source.children)
         if (CMistake m = applyChild(node, child, inherited, *scope, searched, level + 1))
             return m;
+    --calls;
     return {};
 }
 
@@ -174,7 +182,7 @@ CMistake CTreeExpander::checkMerge(const CTreeNode& into, const CSourceNode& chi
                          into.source->place() + ", into which it would be merged");
 }
 
-CMistake CTreeExpander::complete(CTemplate& wanted, const CSourceNode& user, int level)
+CMistake CTreeExpander::complete(CTemplate& wanted, const CSourceNode& user)
 {
     if (wanted.state == CTemplate::EState::done)
         return {};
@@ -186,8 +194,6 @@ CMistake CTreeExpander::complete(CTemplate& wanted, const CSourceNode& user, int
             circle += (*t)->source->name + " > ";
         return user.mistake("template '" + source.name + "' needs itself (" + circle + source.name + ")");
     }
-    if (level > maxTreeLevels || std::ssize(underWay) >= maxTreeLevels)
-        return tooDeep(user);
     wanted.state = CTemplate::EState::underWay;
     underWay.push_back(&wanted);
 
@@ -195,9 +201,9 @@ CMistake CTreeExpander::complete(CTemplate& wanted, const CSourceNode& user, int
     if (base.used == nullptr && !types.contains(base.type))
         return source.mistake("template '" + source.name + "' has the unknown base '" + source.base +
                               "' (neither a type nor a template seen from here)");
-    if (CMistake m = begin(wanted.body, base, source, level))
+    if (CMistake m = begin(wanted.body, base, source, 1))
         return m;
-    if (CMistake m = apply(wanted.body, source, wanted.scope, level))
+    if (CMistake m = apply(wanted.body, source, wanted.scope, 1))
         return m;
     wanted.levels = levelsOf(wanted.body);
     wanted.nodes = nodesOf(wanted.body);
@@ -208,7 +214,7 @@ CMistake CTreeExpander::complete(CTemplate& wanted, const CSourceNode& user, int
 
 CMistake CTreeExpander::define(CTreeNode& node, CTemplate& definition, int level)
 {
-    if (CMistake m = complete(definition, *definition.source, level))
+    if (CMistake m = complete(definition, *definition.source))
         return m;
     if (level + definition.levels > maxTreeLevels)
         return tooDeep(*definition.source);

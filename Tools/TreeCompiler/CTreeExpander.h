@@ -63,7 +63,7 @@ private:
                         std::map<std::string, std::size_t>& searched, int level);
     CMistake openScope(const CTreeNode& node, const CSourceNode& source, const CTemplateScope* outer,
                        CTemplateScope*& scope);
-    CMistake complete(CTemplate& wanted, const CSourceNode& user, int level);
+    CMistake complete(CTemplate& wanted, const CSourceNode& user);
     CMistake define(CTreeNode& node, CTemplate& definition, int level);
     static CMistake checkMerge(const CTreeNode& into, const CSourceNode& child, const CTemplateScope& scope);
 
@@ -72,6 +72,7 @@ private:
     std::deque<CTemplateScope> scopes;
     std::vector<const CTemplate*> underWay;
     std::size_t nodeCount = 0;
+    int calls = 0;                                  // of apply, one inside the other
 };
 
 }

@@ -84,7 +84,7 @@ TEST(EmbedProgram, BytesComeBackFromTheCompiledTable)
     std::string all;
     for (int i = 0; i < 256; ++i)
         all += static_cast<char>(i);
-    folder.write("all.bin", all + "7\"\\??/" + all);
+    folder.write("all.bin", all + "7\"\\?\?/" + all);
     folder.write("empty.bin", "");
     ASSERT_EQ(run(folder, MORVA_EMBED " table.cpp ../a/all=all.bin Empty=empty.bin").exitCode, 0);
 
@@ -105,7 +105,7 @@ int main()
 })");
     ASSERT_EQ(run(folder, MORVA_COMPILER " -std=c++17 -Wall -Wextra -Werror -I. table.cpp print.cpp -o print").exitCode, 0)
         << folder.read("err.txt");
-    EXPECT_EQ(run(folder, "./print").out, "../a/all 518:" + all + "7\"\\??/" + all + "Empty 0:");
+    EXPECT_EQ(run(folder, "./print").out, "../a/all 518:" + all + "7\"\\?\?/" + all + "Empty 0:");
 }
 
 TEST(EmbedProgram, ExitCodesAndOneLine)
