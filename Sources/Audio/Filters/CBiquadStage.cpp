@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Audio/Filters/CBiquadStage.h"
+
+#include <cmath>
+#include <new>
+
+namespace kor
+{
+
+namespace
+{
+
+// A design at exactly half the rate has both poles at z = -1, on top of its zeros: the output is right, and the memory
+// grows without bound while it runs. Nothing can be faded out of such a memory.
+bool growsAtHalfRate(const CBiquadCoefficients& c) noexcept
+{
+    const double alpha = (1.0 - c.a2) / (1.0 + c.a2);
+    return std::abs(1.0 - c.a1 + c.a2) < 1e-12 && alpha < 5e-4;
+}
+
+double stepSample(const CBiquadStep& c, double side, double& w, double& d, double x) noexcept
+{
+    const double next = x - side * (c.pole * w - c.a2 * d);
+    const double y = side * (c.zero * w - c.b2 * d) + c.b0 * next;
+    w = side * w + next;
+    d = next;
+    return y;
+}
+
+}
+
+CBiquadStage::CBiquadStage(const CBiquadCoefficients& coefficients, double sampleRate) noexcept : current(coefficients)
+{
+    block.design(current);
+    side = block.side;
+    fade.setLength(fadeSeconds, sampleRate);
+}
+
+void CBiquadStage::update(const CBiquadCoefficients& coefficients) noexcept
+{
+    if (fade.remaining > 0)
+    {
+        pending = coefficients;
+        hasPending = true;
+        return;
+    }
+    target = coefficients;
+    startFade();
+}
+
+void CBiquadStage::startFade() noexcept
+{
+    if (growsAtHalfRate(current))
+        memory = {};
+    oldSide = side;
+    oldMemory = memory;
+    oldStep = biquadStep(current, oldSide);
+    side = biquadSide(target);
+    memory = biquadMemoryFor(memory, oldSide, side);
+    fromStep = biquadStep(current, side);
+    toStep = biquadStep(target, side);
+    fade.start();
+}
+
+void CBiquadStage::process(const double* in, double* out, int count) noexcept
+{
+    while (fade.remaining > 0 && count > 0)
+    {
+        const int run = std::min(count, fade.remaining);
+        processFade(in, out, run);
+        in += run;
+        out += run;
+        count -= run;
+        if (fade.remaining > 0)
+            return;
+        current = target;
+        if (hasPending)
+        {
+            hasPending = false;
+            target = pending;
+            startFade();
+        }
+        else
+            block.design(current);
+    }
+    if (count > 0)
+        processBiquad(block, memory, in, out, count);
+}
+
+void CBiquadStage::processFade(const double* in, double* out, int count) noexcept
+{
+    CCoefficientFade f = fade;
+    const CBiquadStep old = oldStep;
+    const CBiquadStep from = fromStep;
+    const CBiquadStep to = toStep;
+    const double signOld = oldSide;
+    const double sign = side;
+    double oldW = oldMemory.w;
+    double oldD = oldMemory.d;
+    double w = memory.w;
+    double d = memory.d;
+    for (int i = 0; i < count; ++i)
+    {
+        const double x = in[i];
+        const double A = 0.5 + f.s;
+        const double B = 0.5 - f.s;
+        CBiquadStep c;
+        c.pole = B * to.pole + A * from.pole;
+        c.zero = B * to.zero + A * from.zero;
+        c.b0 = B * to.b0 + A * from.b0;
+        c.b2 = B * to.b2 + A * from.b2;
+        c.a2 = B * to.a2 + A * from.a2;
+        out[i] = A * stepSample(old, signOld, oldW, oldD, x) + B * stepSample(c, sign, w, d, x);
+        f.step();
+    }
+    oldMemory = {oldW, oldD};
+    memory = {w, d};
+    f.remaining -= count;
+    fade = f;
+}
+
+namespace
+{
+
+bool read(CBiquadCoefficients& c, std::span<const double> row) noexcept
+{
+    if (row.size() != 5)
+        return false;
+    c = {row[0], row[1], row[2], row[3], row[4]};
+    return true;
+}
+
+}
+
+CAudioFilterStageKind biquadStageKind(int id) noexcept
+{
+    static_assert(alignof(CBiquadStage) <= CAudioFilterStageKind::stateAlignment);
+    CAudioFilterStageKind kind{};
+    kind.id = id;
+    kind.stateSize = sizeof(CBiquadStage);
+    kind.init = [](void* state, std::span<const double> coefficients, double sampleRate) noexcept
+    {
+        CBiquadCoefficients c;
+        if (read(c, coefficients))
+            new (state) CBiquadStage(c, sampleRate);
+    };
+    kind.update = [](void* state, std::span<const double> coefficients) noexcept
+    {
+        CBiquadCoefficients c;
+        if (read(c, coefficients))
+            static_cast<CBiquadStage*>(state)->update(c);
+    };
+    kind.updateToIdentity = [](void* state) noexcept { static_cast<CBiquadStage*>(state)->update({}); };
+    kind.process = [](void* state, const double* in, double* out, int count) noexcept
+    { static_cast<CBiquadStage*>(state)->process(in, out, count); };
+    return kind;
+}
+
+}
