@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Audio/Graph/CAudioBufferPool.h"
+#include "Core/CError.h"
+#include "Core/CStringBuf.h"
+#include "Platform/CLock.h"
+
+namespace kor
+{
+
+class CAudioEnv;
+class CAudioParam;
+class CAudioParamCollector;
+class CAudioParamDef;
+class CAudioProcessDefBase;
+
+// What all nodes of one instance share: parameters, environment, sample buffers, and the one table that says which
+// parameter a name of the definitions really means. Must outlive the nodes.
+class CAudioGraphContext
+{
+public:
+    CAudioGraphContext(CAudioParamCollector& paramCollector, CAudioEnv& environment)
+        : collector(paramCollector), env(environment)
+    {
+    }
+
+    CAudioParamCollector& collector;
+    CAudioEnv& env;
+    CAudioBufferPool pool;
+
+    /// Enters the remaps of a definition and everything below it as if its node had this full name, nodes that are not
+    /// made yet included, then registers the global parameters of them all.
+    void enterDefinitions(const CAudioProcessDefBase& definition, const CStringBuf& nodeName);
+
+    /// The full name that a full name stands for; itself when nothing remaps it. A ring of remaps ends after 16 steps.
+    CStringBuf resolve(const CStringBuf& fullName) const;
+
+    /// The parameter behind a full name. Made from its definition if a definition has been entered for it, else
+    /// without one, so that it gets its values when somebody defines it.
+    CAudioParam& paramOf(const CStringBuf& fullName);
+
+    /// Keeps a failure that came up during processing, for a thread that may log. Beyond maxErrors the newest are
+    /// dropped, so that a fault in every block does not fill the memory. Any thread.
+    void report(CError error);
+
+    /// The oldest failure that was kept; success when there is none. Any thread.
+    CError takeError();
+
+    static constexpr std::size_t maxErrors = 32;
+
+private:
+    static constexpr int maxRemapSteps = 16;
+    static constexpr int maxDefinitionDepth = 64;
+    void enterRemaps(const CAudioProcessDefBase& definition, const CStringBuf& nodeName, int depth);
+    void enterParams(const CAudioProcessDefBase& definition, const CStringBuf& nodeName, int depth);
+
+    CMap<CStringBuf, CStringBuf> remaps;
+    CMap<CStringBuf, const CAudioParamDef*> localParams;        // definitions that are not global, by full name
+    CLock errorLock;
+    CArray<CError> errors;
+};
+
+}

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Core/CError.h"
+#include "Core/CStringBuf.h"
+
+#include <memory>
+#include <span>
+
+namespace kor
+{
+
+class CAudioEnv;
+class CAudioGraphContext;
+class CAudioParamCollector;
+class CAudioProcessBase;
+class CAudioProcessDefBase;
+
+// Runs one process tree outside of any plug-in, for the command line and for tests: cuts what it is given into slices
+// of at most 512 samples and takes pending parameter changes at the start of each. One thread at a time; changes to
+// parameters may come from any other.
+class CAudioGraphHost
+{
+public:
+    /// Both must outlive the host; the collector has its group count set and knows the environment.
+    CAudioGraphHost(CAudioParamCollector& collector, CAudioEnv& environment);
+    ~CAudioGraphHost();
+
+    /// Makes the running node of a definition under a full name such as "plugin.modMain", registers the global
+    /// parameters of the whole definition subtree and binds. Once per host; on failure there is no node. The definition
+    /// must outlive the host.
+    CError create(const CAudioProcessDefBase& definition, const CStringBuf& name);
+
+    /// Channel count and the group of each channel (size 1 to 16, groups 0 to 15), and the rate in hertz (8000 to
+    /// 768000). Primes the graph, so that latency() and outputCount() are right afterwards, and clears its signal
+    /// state. Fails too when the graph could not be made in full; what could be made then runs.
+    CError setLayout(std::span<const int> channelGroups, double sampleRate);
+
+    /// Processes `frames` samples (0 or more). `in` has one pointer per channel of the layout, null standing for
+    /// silence; `out` has `outputCount` pointers, null for nowhere; channels that the graph does not produce get zeros.
+    /// Outputs may be the same memory as inputs of the same or another channel. Does nothing but write zeros before
+    /// create and setLayout.
+    void process(const double* const* in, double* const* out, int outputChannels, int frames);
+
+    /// Takes pending parameter changes and runs one silent sample, so that latency and outputs follow.
+    void prime();
+
+    /// Ends processing: clears all signal state. Settings stay.
+    void stop();
+
+    /// Total latency in samples at the host rate.
+    int latency() const;
+
+    /// Highest channel number that the graph produces plus one.
+    int outputCount() const;
+
+    /// Sample buffers in use just now; 0 between two calls unless delay lines hold some.
+    int buffersInUse() const;
+
+    /// The oldest failure that came up during processing and was not taken yet; success when there is none. Call it
+    /// from time to time where log lines may be written.
+    CError takeError();
+
+    /// Null before create.
+    CAudioProcessBase* rootProcess() const noexcept;
+    CAudioGraphContext& context() const noexcept;
+
+private:
+    struct CImplementation;
+    std::unique_ptr<CImplementation> impl;
+};
+
+}
