@@ -24,14 +24,16 @@ union CProcessArena
 };
 constinit CProcessArena process;
 
-// What a thread needs on the common path, in one small plain record without a constructor.
+// What a thread needs on the common path, in one small plain record without a constructor. Its 24 bytes come from the
+// space that the loader keeps for libraries opened late: asking for a library's own space instead is a call each time,
+// which made taking and giving back a block of a plug-in 1.4 times slower.
 struct CThreadState
 {
     CBlockCache* cache;
     std::size_t operations;
     bool isClosed;                                  // the thread is ending: its cache is gone and stays so
 };
-constinit thread_local CThreadState state{nullptr, 0, false};
+[[gnu::tls_model("initial-exec")]] constinit thread_local CThreadState state{nullptr, 0, false};
 
 // Touched once, when a thread gets its cache; gives the cache back when the thread ends.
 struct CThreadEnd

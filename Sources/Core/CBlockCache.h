@@ -7,9 +7,9 @@ namespace kor
 {
 
 // One thread's own store of free blocks in front of an arena. Each class has two short lists: blocks are taken from
-// and put on the first; a full one moves aside, and only when both are full (or both are empty) does a whole list go
-// to (or come from) the arena, with one swap of the shared head. Two lists, so that a thread whose use swings around
-// a list's end does not trade with the arena at every step.
+// and put on the first; a full one moves aside when one more block comes, and only when both are full (or both are
+// empty) does a whole list go to (or come from) the arena, with one swap of the shared head. Two lists, so that a
+// thread whose use swings around a list's end does not trade with the arena at every step.
 class CBlockCache
 {
 public:
@@ -24,11 +24,11 @@ public:
     void* take(int classIndex) noexcept
     {
         CBin& bin = bins[static_cast<std::size_t>(classIndex)];
-        CBlockArena::CHeader* block = bin.list.first;
+        CBlockArena::CHeader* block = bin.first;
         if (block == nullptr) [[unlikely]]
             return takeSlowly(classIndex);
-        bin.list.first = block->next.load(std::memory_order_relaxed);
-        --bin.list.count;
+        bin.first = block->next.load(std::memory_order_relaxed);
+        ++bin.room;
         return block->user();
     }
 
@@ -36,15 +36,16 @@ public:
     void give(void* user, int classIndex) noexcept
     {
         CBin& bin = bins[static_cast<std::size_t>(classIndex)];
+        if (bin.room == 0) [[unlikely]]
+            makeRoom(classIndex);
         CBlockArena::CHeader* block = CBlockArena::CHeader::of(user);
-        CBlockArena::CHeader* below = bin.list.first;
+        CBlockArena::CHeader* below = bin.first;
         // Release, for a thread that lost a race in the arena and still walks this block: see CBlockArena::tryTake.
         block->next.store(below, std::memory_order_release);
         if (below == nullptr)
-            bin.list.last = block;
-        bin.list.first = block;
-        if (++bin.list.count >= listLength(classIndex)) [[unlikely]]
-            putAside(classIndex);
+            bin.last = block;
+        bin.first = block;
+        --bin.room;
     }
 
     /// Blocks in one list of a class: at most 64, and at most 32 KB together, but never below 4.
@@ -58,14 +59,18 @@ public:
     int count(int classIndex) const noexcept;
 
 private:
+    // All zero at first: no room, so that the first block that comes finds its way to makeRoom.
     struct CBin
     {
-        CBlockArena::CRun list;
-        CBlockArena::CRun aside;
+        CBlockArena::CHeader* first;
+        CBlockArena::CHeader* last;                 // of the list above, while that has blocks
+        int room;                                   // blocks that the list still takes
+        CBlockArena::CRun aside;                    // a full list, or empty
     };
 
+    CBlockArena::CRun listOf(int classIndex) const noexcept;
     void* takeSlowly(int classIndex) noexcept;
-    void putAside(int classIndex) noexcept;
+    void makeRoom(int classIndex) noexcept;
 
     CBlockArena& arena;
     std::array<CBin, CBlockArena::classCount> bins{};
