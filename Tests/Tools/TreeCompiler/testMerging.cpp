@@ -152,6 +152,24 @@ const MergeCase mergeCases[] = {
       x '' a='outer'
     x '' a='inner'
 )"},
+    {"templates under a node see each other, and so does what is merged into a template's child",
+     R"(<template name="t" base="x"><y name="n"/></template>
+        <t>
+            <template name="b" base="a" q="1"/>
+            <template name="a" base="z" p="1"/>
+            <y name="n"><b/></y>
+        </t>)",
+     R"(  template 't' of x
+    x ''
+      y 'n'
+  x ''
+    y 'n'
+      z '' p='1' q='1'
+    template 'b' of z
+      z '' p='1' q='1'
+    template 'a' of z
+      z '' p='1'
+)"},
     {"a template may bear the name of an object",
      R"(<template name="n" base="x"/><y name="n"/><x><y name="n" a="1"/></x>)",
      R"(  template 'n' of x
