@@ -42,8 +42,7 @@ CObject::~CObject()
 
 void CObject::initClass(CObjectClassInfo& info)
 {
-    info.addEvent("release-child-bridged",
-                  [](CObject& object, CAttrMap& params) { return object.releaseChildBridged(params); });
+    info.addEvent("release-child-bridged", eventMethod<&CObject::releaseChildBridged>);
 }
 
 CError CObject::init()
