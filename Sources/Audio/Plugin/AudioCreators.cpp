@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Audio/Plugin/AudioCreators.h"
+
+#include "Audio/Filters/FilterCreators.h"
+#include "Audio/Graph/GraphCreators.h"
+#include "Audio/Parameters/ParameterCreators.h"
+#include "Audio/Processes/ProcessCreators.h"
+
+#include <vector>
+
+namespace kor
+{
+
+std::span<const CCreatorRow> allCreators()
+{
+    // Never destroyed: the table of creators points at it until the process is gone.
+    static const std::vector<CCreatorRow>& rows = *[]
+    {
+        auto* all = new std::vector<CCreatorRow>;
+        for (const std::span<const CCreatorRow> room :
+             {parameterCreators(), filterCreators(), graphCreators(), processCreators()})
+            all->insert(all->end(), room.begin(), room.end());
+        return all;
+    }();
+    return rows;
+}
+
+}
