@@ -106,8 +106,8 @@ int main(int argc, char** argv)
             block += static_cast<char>(bytes.size() >> shift & 0xFF);
         block += bytes;
         const std::string array = "block" + std::to_string(i);
-        blocks += "// " + name + ", " + std::to_string(bytes.size()) + " bytes\nalignas(16) const unsigned char " + array +
-                  "[] =\n" + literal(block) + ";\n\n";
+        blocks += "// " + name + ", " + std::to_string(bytes.size()) + " bytes\nalignas(16) const unsigned char " +
+                  array + "[] =\n" + literal(block) + ";\n\n";
         entries += "    {" + array + ", \"" + name + "\"},\n";
     }
 

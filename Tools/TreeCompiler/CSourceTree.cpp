@@ -39,8 +39,9 @@ namespace
 /// expression in braces.
 bool isObjectName(const std::string& name)
 {
-    return std::none_of(name.begin(), name.end(), [](char c) {
-        return (static_cast<unsigned char>(c) <= ' ') || c == '\x7F' || std::strchr(".^/#{}?*,;=", c) != nullptr;
+    return std::none_of(name.begin(), name.end(), [](char c)
+    {
+        return static_cast<unsigned char>(c) <= ' ' || c == '\x7F' || std::strchr(".^/#{}?*,;=", c) != nullptr;
     });
 }
 
@@ -126,8 +127,10 @@ CMistake CSourceReader::readFile(const std::string& path, const CSourceNode* inc
             return parent.mistake("the root of a tree has no name");
     }
     else if (top.first_attribute())
-        return {path, line, "an included 'tree' has no attributes, but here is '" +
-                                std::string(top.first_attribute().name()) + "'"};
+    {
+        const std::string attr = top.first_attribute().name();
+        return {path, line, "an included 'tree' has no attributes, but here is '" + attr + "'"};
+    }
 
     openFiles.push_back(canonical);
     if (CMistake m = readChildren(file, top, parent, level))
@@ -142,8 +145,8 @@ CMistake CSourceReader::readChildren(const CFile& file, const pugi::xml_node& el
     {
         CMistake m;
         if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata)
-            m = {*file.path, file.lineOf(child), "text in '" + std::string(element.name()) +
-                                                     "' (an element holds attributes and elements only)"};
+            m = {*file.path, file.lineOf(child),
+                 "text in '" + std::string(element.name()) + "' (an element holds attributes and elements only)"};
         else if (std::strcmp(child.name(), "include") == 0)
             m = readInclude(file, child, parent, level);
         else

@@ -22,8 +22,8 @@ using CTreeAttr = std::pair<std::string, std::string>;
 /// Compiled trees nest at most this deep, their root counted: what loads them refuses more.
 inline constexpr int maxTreeLevels = 256;
 
-/// An element of a source tree as it was written, includes resolved. For a template `tag` is "template", `base` its base
-/// type, and the attributes are those that its instances get.
+/// An element of a source tree as it was written, includes resolved. For a template `tag` is "template", `base` its
+/// base type, and the attributes are those that its instances get.
 struct CSourceNode
 {
     std::shared_ptr<const std::string> file;

@@ -173,10 +173,8 @@ CMistake CTreeExpander::applyChild(CTreeNode& node, const CSourceNode& child, st
 CMistake CTreeExpander::checkMerge(const CTreeNode& into, const CSourceNode& child, const CTemplateScope& scope)
 {
     const CMeaning meaning = resolve(child.tag, scope);
-    const bool fits = meaning.used != nullptr
-                          ? std::find(into.templates.begin(), into.templates.end(), meaning.used) != into.templates.end()
-                          : into.tag == meaning.type;
-    if (fits)
+    const auto used = std::find(into.templates.begin(), into.templates.end(), meaning.used);
+    if (meaning.used != nullptr ? used != into.templates.end() : into.tag == meaning.type)
         return {};
     return child.mistake("'" + child.name + "' is a '" + child.tag + "' here, but a '" + into.source->tag + "' at " +
                          into.source->place() + ", into which it would be merged");

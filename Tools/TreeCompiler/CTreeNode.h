@@ -11,8 +11,9 @@ namespace kor
 
 struct CTemplate;
 
-/// A node of the tree as it is compiled, all template uses merged in. A template definition has the tag "template", the
-/// name of the template, the object type of its instances in `base`, and one child: the body, named "" and tagged `base`.
+/// A node of the tree as it is compiled, all template uses merged in. A template definition has the tag "template",
+/// the name of the template, the object type of its instances in `base`, and one child: the body, named "" and tagged
+/// `base`.
 struct CTreeNode
 {
     std::string tag;

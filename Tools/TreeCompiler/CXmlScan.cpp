@@ -190,7 +190,8 @@ CMistake CXmlScan::checkAttribute(std::set<std::string_view>& seen)
     while (!atEnd() && text[pos] != quote)
     {
         if (at("<"))
-            return mistake("'<' in the value of attribute " + quoted(name) + " (a quote is missing, or write it as '&lt;')");
+            return mistake("'<' in the value of attribute " + quoted(name) +
+                           " (a quote is missing, or write it as '&lt;')");
         if (at("&"))
         {
             if (CMistake m = checkReference(currentLine))

@@ -104,9 +104,11 @@ public:
 
     void node(std::size_t level)
     {
-        static const std::string values[] = {"", "false", "12", "{/^ a?b}", "<&>\"'", "\t \n", "\xC3\xA4\xF0\x9F\x8E\xB5", "a", "x"};
-        static const std::string escaped[] = {"", "false", "12", "{/^ a?b}", "&lt;&amp;>&quot;&apos;", "&#9; &#10;",
-                                              "&#228;\xF0\x9F\x8E\xB5", "a", "x"};
+        // Values, and how a source may write them.
+        static const std::string values[] = {"", "false", "12", "{/^ a?b}", "a", "x",
+                                             "<&>\"'", "\t \n", "\xC3\xA4\xF0\x9F\x8E\xB5"};
+        static const std::string escaped[] = {"", "false", "12", "{/^ a?b}", "a", "x",
+                                              "&lt;&amp;>&quot;&apos;", "&#9; &#10;", "&#228;\xF0\x9F\x8E\xB5"};
         const std::string tag = level == 0 ? "" : pick(3) == 0 ? "ns:deep" : "x";
         const std::string name = level == 0 || pick(4) == 0 ? "" : "n" + std::to_string(pick(5));
         xml += "<" + (level == 0 ? "tree" : tag) + (name.empty() ? "" : " name='" + name + "'");

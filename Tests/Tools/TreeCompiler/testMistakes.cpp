@@ -159,8 +159,9 @@ TEST(TreeMistakes, FaultsOfTheListOfTypesAreNamed)
 /// Whatever one does to a good source, the answer is a tree or one line: no crash, no hang.
 TEST(TreeMistakes, EveryTruncationAndEveryBrokenByteIsAnswered)
 {
-    const std::string good = "<?xml version='1.0'?>\n<tree a=\"&lt;\"><!-- c --><template name='t' base='x'><y name='n'/>"
-                             "</template><t name='\xC3\xA4'><y name='n' b='&#x41;'/></t><include file='part.xml'/></tree>\n";
+    const std::string good = "<?xml version='1.0'?>\n<tree a=\"&lt;\"><!-- c --><template name='t' base='x'>"
+                             "<y name='n'/></template><t name='\xC3\xA4'><y name='n' b='&#x41;'/></t>"
+                             "<include file='part.xml'/></tree>\n";
     CSourceFolder folder;
     folder.write("part.xml", "<tree><z/></tree>");
     const auto answer = [&](const std::string& source) {

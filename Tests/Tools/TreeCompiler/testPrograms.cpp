@@ -89,8 +89,9 @@ TEST(EmbedProgram, BytesComeBackFromTheCompiledTable)
     ASSERT_EQ(run(folder, MORVA_EMBED " table.cpp ../a/all=all.bin Empty=empty.bin").exitCode, 0);
 
     // A stand-in for the header of the house, and a program that writes the table out again.
-    folder.write("MorvaResources.h", "namespace kor { struct CResourceEntry { const unsigned char* block; const char* name; }; }\n"
-                                     "extern const kor::CResourceEntry morvaResources[];\n");
+    folder.write("MorvaResources.h",
+                 "namespace kor { struct CResourceEntry { const unsigned char* block; const char* name; }; }\n"
+                 "extern const kor::CResourceEntry morvaResources[];\n");
     folder.write("print.cpp", R"(#include "MorvaResources.h"
 #include <cstdio>
 int main()
@@ -103,8 +104,9 @@ int main()
         std::fwrite(b + 4, 1, size, stdout);
     }
 })");
-    ASSERT_EQ(run(folder, MORVA_COMPILER " -std=c++17 -Wall -Wextra -Werror -I. table.cpp print.cpp -o print").exitCode, 0)
-        << folder.read("err.txt");
+    const CRun compiler =
+        run(folder, MORVA_COMPILER " -std=c++20 -Wall -Wextra -Werror -I. table.cpp print.cpp -o print");
+    ASSERT_EQ(compiler.exitCode, 0) << compiler.err;
     EXPECT_EQ(run(folder, "./print").out, "../a/all 518:" + all + "7\"\\?\?/" + all + "Empty 0:");
 }
 
