@@ -141,15 +141,21 @@ private:
     friend class CAudioParamQueue;
 
     struct CPrepared;
+    struct CManner;
     void define(const CAudioParamDef& definition);
-    void takeInfo(const CAudioParamInfo& next, const CAudioParamDef* definition);
-    bool prepare(CPrepared& prepared, const CAudioParamRequest& request, const CAudioParamInfo& info) const;
-    void fillGap(int group, int firstElement, CAudioParamUndoContext* undo, CAudioParamDelivery delivery);
-    void store(const CAudioParamRequest& request, CAudioParamUndoContext* undo, CAudioParamDelivery delivery,
-               const std::uint64_t* mark);
+    void takeInfo(const CAudioParamInfo& next);
+    int groupCountOf(const CAudioParamInfo& definition) const noexcept;
+    CAudioParamRequest requestFor(int group, int firstElement, int elementCount) const noexcept;
+    bool prepare(CPrepared& prepared, const CAudioParamRequest& request) const;
+    void run(const CAudioParamRequest& request, const CManner& manner);
+    void fillGap(int group, int firstElement, const CManner& manner);
+    void store(const CAudioParamRequest& request, const CManner& manner);
+    void sendStored(const CAudioParamRequest& request, int touchedEnd, const CManner& manner);
+    void runHooks(const CAudioParamRequest& request, int touchedEnd, CAudioParamUndoContext* undo);
+    std::uint64_t deliver(const CAudioParamRequest& request);
     void resetGroup(int group, int element, CAudioParamUndoContext* undo, bool isLast);
-    void sendWhole();
-    void drainAudible();
+    void loadList(const CAudioParamStorage& loaded, const CAudioParamLoadTarget& target, CAudioParamUndoContext* undo);
+    void write(const CAudioParamRequest& request, bool toDefaults, CAudioParamUndoContext* undo);
 
     mutable CLock mutex;
     CAudioParamCollector& collector;
@@ -165,10 +171,13 @@ private:
     CAudioParamChangeHook* selectionHook = nullptr;
     bool isLocked = false;
     std::uint64_t sequence = 0;                 // number of the latest change
-    std::uint64_t queuedSequence = 0;           // of the latest that went towards the audio side
 
     // Under the environment's lock.
-    CAudioParamPooledRecord* lastPending = nullptr;
+    CAudioParamPooledRecord* lastPending = nullptr;     // newest in the pending list of pendingEpoch
+    std::uint64_t pendingEpoch = 0;
+    std::uint64_t queuedSequence = 0;           // of the latest change that entered the pending list
+    std::uint64_t settledSequence = 0;          // the same, or that the audio side had already
+    const CAudioParamDef* claimedBy = nullptr;  // under the collector's name lock
 
     // Of the audio thread.
     CAudioParamStorage audible;

@@ -80,7 +80,7 @@ public:
     /// with no lock and nothing stored. Returns the mark that CAudioParam::storeDelivered wants afterwards, which a
     /// thread other than the audio thread calls for every delivered change in the same order. A parameter without
     /// info ignores it.
-    std::uint64_t deliver(const CAudioParamRequest& request);
+    std::uint64_t deliver(CAudioParam& param, const CAudioParamRequest& request);
 
     /// Room for this many changes delivered in a slice without allocation. Any thread while not processing.
     void reserveDelivered(int count);
@@ -89,8 +89,25 @@ private:
     friend class CAudioParam;
     friend class CAudioParamBatch;
     friend class CAudioParamListener;
-    struct CImplementation;
-    std::unique_ptr<CImplementation> impl;
+    using CLocalKey = std::pair<CStringBuf, const CAudioParamDef*>;
+    CAudioParam& create(const CStringBuf& fullName);
+    template <class Call>
+    void tellHooks(Call&& call)
+    {
+        for (CAudioParamCollectorHook* hook : hooks)
+            call(*hook);
+    }
+
+    std::unique_ptr<CAudioParamQueue> queue;
+    int groups = 8;
+
+    // Under the name lock, a leaf.
+    mutable CLock namesLock;
+    CMap<CStringBuf, CAudioParam*> paramsByName;
+    CMap<CLocalKey, CAudioParam*> localParams;
+    CArray<std::unique_ptr<CAudioParam>> params;
+
+    CArray<CAudioParamCollectorHook*> hooks;
 };
 
 }

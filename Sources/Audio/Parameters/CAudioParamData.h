@@ -18,7 +18,7 @@ public:
 
     CAudioParamData() = default;
     CAudioParamData(const CAudioParamData& other);
-    CAudioParamData(CAudioParamData&& other) noexcept = default;
+    CAudioParamData(CAudioParamData&& other) noexcept { *this = std::move(other); }
     CAudioParamData& operator=(const CAudioParamData& other);
     CAudioParamData& operator=(CAudioParamData&& other) noexcept;
     ~CAudioParamData();
@@ -35,7 +35,7 @@ public:
     /// Null for an unknown id.
     const CAudioParamDataItem* find(int id) const noexcept;
 
-    /// Text of a text item, bytes of a byte item; empty for an unknown id or an item of the other type.
+    /// Text of a text item; empty for an unknown id or an item of another type.
     const CStringBuf& text(int id) const noexcept;
 
     int itemCount() const noexcept { return static_cast<int>(entries.size()); }

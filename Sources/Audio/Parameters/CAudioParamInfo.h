@@ -17,7 +17,7 @@ class CObject;
 class CAudioParamInfo
 {
 public:
-    int elementSize = 1;                // doubles in an element, 1 to 64
+    int elementSize = 1;                // doubles in an element, 1 to 4
     CAudioParamType type = CAudioParamType::real;
     bool isGlobal = false;              // exists whether or not a node is running
     bool isStorable = false;            // part of presets and of the host's state
@@ -34,7 +34,7 @@ public:
     CArray<CArray<CStringBuf>> defaultTexts;    // the same for a text parameter
     CStringBuf stateNamesText;                  // as given, "@" form included
 
-    static constexpr int maxElementSize = 64;
+    static constexpr int maxElementSize = 4;      // as many as there are converter attributes
 
     /// True until a definition was read.
     bool isEmpty() const noexcept { return minValues.empty(); }
@@ -63,6 +63,7 @@ public:
     /// On failure this info is partly filled and of no use.
     CError read(CObject& definition);
 
+    /// Finds the objects that converterNames names, one a component.
     CError parseConverterNames(CObject& context);
     CError parseMinMaxValues(const CStringBuf& minText, const CStringBuf& maxText);
     CError parseDefValues(const CStringBuf& text);

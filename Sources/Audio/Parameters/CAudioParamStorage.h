@@ -41,6 +41,9 @@ public:
     /// The stored value, else the default list's entry, else 0.0 where there is no default either.
     double getValue(int group, int element, int component = 0) const noexcept;
 
+    /// All components of the element that getValue reads; empty where there is no default either.
+    std::span<const double> element(int group, int element) const noexcept;
+
     /// Text / bytes of an item parameter; empty when there is none.
     const CStringBuf& getText(int group, int element) const noexcept;
     std::span<const unsigned char> getRaw(int group, int element) const noexcept;
@@ -81,8 +84,7 @@ private:
     void applyToGroup(int group, int firstElement, int count, const CAudioParamRequest& request);
     void resize(CArray<double>& list, int group, int count);
     double takeItem(double value, const CAudioParamData* source);
-    void swapValues(CAudioParamStorage& other) noexcept;
-    CError loadItems(CInputStream& stream, CMap<std::uint32_t, int>& ids);
+    CError saveItems(COutputStream& stream, int firstGroup, int endGroup) const;
 
     std::uint32_t size = 1;
     CAudioParamType valueType = CAudioParamType::real;
