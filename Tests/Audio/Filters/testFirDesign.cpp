@@ -101,6 +101,8 @@ TEST(FirDesign, RefusesWhatHasNoSensibleLength)
         {0.0, 0.001, 9000.0, 1.0},
         {notANumber, 0.001, 9000.0, 1.0},
         {infinity, 0.001, infinity, 1.0},
+        {-48000.0, 0.001, 9000.0, 1.0},
+        {48000.0, -0.001, -9000.0, 1.0},   // signs that cancel
     };
     for (const CFirLowPassSettings& c : cases)
     {
