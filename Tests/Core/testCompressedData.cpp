@@ -1,0 +1,303 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Core/CInputZipStream.h"
+#include "Core/CMemoryReader.h"
+#include "Core/COutputZipStream.h"
+#include "Core/CTextReaderLine.h"
+#include "Core/CWriteSeqBuffer.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <random>
+#include <sys/resource.h>
+#include <zlib.h>
+
+namespace kor
+{
+
+namespace
+{
+
+constexpr std::uint32_t id = 0x74736C61;                    // "alst"
+
+CByteArray noise(std::size_t size, unsigned kinds)
+{
+    std::minstd_rand random(static_cast<unsigned>(size) + 1);
+    CByteArray data(size);
+    for (unsigned char& byte : data)
+        byte = static_cast<unsigned char>(random() >> 8) % kinds;
+    return data;
+}
+
+void appendU32(CByteArray& bytes, std::uint32_t value)
+{
+    for (int i = 0; i < 4; ++i)
+        bytes.push_back(static_cast<unsigned char>(value >> (8 * i)));
+}
+
+// Adler-32 by its definition.
+std::uint32_t adlerOf(std::uint32_t value)
+{
+    std::uint32_t a = 1;
+    std::uint32_t b = 0;
+    for (int i = 0; i < 4; ++i)
+    {
+        a = (a + (value >> (8 * i) & 0xFF)) % 65521;
+        b = (b + a) % 65521;
+    }
+    return b << 16 | a;
+}
+
+// A block made by hand around zlib's own one-call compressor.
+CByteArray blockOf(const CByteArray& data, std::uint32_t announced)
+{
+    uLongf size = compressBound(data.size());
+    CByteArray packed(size);
+    compress(packed.data(), &size, data.data(), data.size());
+    CByteArray block;
+    appendU32(block, id);
+    appendU32(block, announced);
+    appendU32(block, adlerOf(announced));
+    block.insert(block.end(), packed.begin(), packed.begin() + static_cast<std::ptrdiff_t>(size));
+    return block;
+}
+
+CByteArray written(const CByteArray& data)
+{
+    CWriteSeqBuffer buffer;
+    EXPECT_FALSE(buffer.writeCompressedData(data.data(), static_cast<std::int64_t>(data.size()), id));
+    return buffer.getContents();
+}
+
+std::string messageOf(const CByteArray& block, CByteArray& out)
+{
+    CMemoryReader reader(block);
+    return reader.readCompressedData(out, id).message();
+}
+
+// Delivers a few bytes at a time and fails where it is told to.
+class CDripping : public CInputStream
+{
+public:
+    CDripping(const CByteArray& block, std::int64_t failAfter) : inner(block), left(failAfter) {}
+    CError read(void* buffer, std::int64_t count) override
+    {
+        KOR_TRY(inner.read(buffer, count));
+        return {};
+    }
+    CError readRef(void* buffer, std::int64_t& count) override
+    {
+        count = std::min<std::int64_t>(count, 3);
+        left -= count;
+        if (left < 0)
+            return KOR_FAIL("dry");
+        KOR_TRY(inner.readRef(buffer, count));
+        return {};
+    }
+
+private:
+    CMemoryReader inner;
+    std::int64_t left;
+};
+
+class CFull : public COutputStream
+{
+public:
+    explicit CFull(std::int64_t bytes) : room(bytes) {}
+    CError write(const void*, std::int64_t count) override
+    {
+        room -= count;
+        if (room < 0)
+            return KOR_FAIL("full");
+        return {};
+    }
+
+private:
+    std::int64_t room;
+};
+
+}
+
+TEST(CompressedData, BothDirectionsAgreeWithZlib)
+{
+    for (const std::size_t size : {0u, 1u, 5u, 32767u, 32768u, 65536u, 65537u, 131072u, 1000003u})
+        for (const unsigned kinds : {1u, 250u})
+        {
+            const CByteArray data = noise(size, kinds);
+            const CByteArray block = written(data);
+            CByteArray out{9, 9};
+            EXPECT_EQ(messageOf(blockOf(data, static_cast<std::uint32_t>(size)), out), "") << size;
+            EXPECT_EQ(out, data) << size;
+
+            // Header by hand, body by zlib's one-call decompressor.
+            CByteArray header;
+            appendU32(header, id);
+            appendU32(header, static_cast<std::uint32_t>(size));
+            appendU32(header, adlerOf(static_cast<std::uint32_t>(size)));
+            ASSERT_GT(block.size(), 12u);
+            EXPECT_TRUE(std::equal(header.begin(), header.end(), block.begin())) << size;
+            CByteArray plain(size + 1);
+            uLongf got = plain.size();
+            EXPECT_EQ(uncompress(plain.data(), &got, block.data() + 12, block.size() - 12), Z_OK);
+            plain.resize(got);
+            EXPECT_EQ(plain, data) << size;
+
+            CDripping slow(block, 1 << 30);
+            CByteArray again;
+            EXPECT_EQ(slow.readCompressedData(again, id).message(), "");
+            EXPECT_EQ(again, data);
+        }
+}
+
+TEST(CompressedData, RefusesWhatItsHeaderOrItsChecksumContradict)
+{
+    const CByteArray data = noise(3000, 200);
+    const CByteArray good = written(data);
+    const CByteArray untouched{1, 2, 3};
+    const auto messageWith = [&](CByteArray block) {
+        CByteArray out = untouched;
+        const std::string message = messageOf(block, out);
+        EXPECT_EQ(out, untouched) << message;
+        return message;
+    };
+    CByteArray block = good;
+    block[0] ^= 1;
+    EXPECT_EQ(messageWith(block),
+              "Invalid ID encountered when reading compressed data (expected 1953721441, read 1953721440).");
+    block = good;
+    block[4] ^= 1;                                          // 3001 in the size field
+    EXPECT_EQ(messageWith(block), "Invalid CRC encountered when reading compressed data (expected " +
+                                      std::to_string(adlerOf(3001)) + ", read " + std::to_string(adlerOf(3000)) + ").");
+    EXPECT_EQ(messageWith(blockOf(data, 3001)), "Premature end of file.");
+    EXPECT_NE(messageWith(blockOf(data, 2999)), "");
+    EXPECT_NE(messageWith(blockOf(data, 0)), "");
+    block = good;
+    block.back() ^= 1;                                      // the last byte of zlib's checksum
+    EXPECT_EQ(messageWith(block), "zlib inflate error -3 (incorrect data check).");
+    block = good;
+    block[12] = 0;
+    EXPECT_EQ(messageWith(block), "zlib inflate error -3 (incorrect header check).");
+    for (std::size_t size = 0; size < good.size(); ++size)
+        EXPECT_NE(messageWith(CByteArray(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size))), "") << size;
+
+    CWriteSeqBuffer buffer;
+    EXPECT_TRUE(buffer.writeCompressedData(data.data(), -1, id));
+    EXPECT_TRUE(buffer.writeCompressedData(data.data(), std::int64_t{1} << 32, id));
+    EXPECT_EQ(buffer.size(), 0);
+}
+
+// A size field of 4 GB over a short stream must not cost memory.
+TEST(CompressedData, TakesMemoryOnlyForBytesThatArrive)
+{
+    const CByteArray block = blockOf(noise(100, 3), 0xFFFFFF00u);
+    rusage before;
+    getrusage(RUSAGE_SELF, &before);
+    CByteArray out;
+    EXPECT_EQ(messageOf(block, out), "Premature end of file.");
+    rusage after;
+    getrusage(RUSAGE_SELF, &after);
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 64 * 1024);           // in KB
+}
+
+TEST(CompressedData, PassesOnFailuresOfTheStreamsBelow)
+{
+    const CByteArray data = noise(200000, 250);
+    const CByteArray block = written(data);
+    CDripping source(block, 5000);
+    CByteArray out;
+    const CError readError = source.readCompressedData(out, id);
+    EXPECT_EQ(readError.message(), "dry");
+    EXPECT_GE(readError.lineCount(), 3);
+    for (const std::int64_t room : {0, 8, 12, 100, 100000})
+        EXPECT_EQ(CFull(room).writeCompressedData(data.data(), static_cast<std::int64_t>(data.size()), id).message(), "full")
+            << room;
+    CInputZipStream in;
+    COutputZipStream zip;
+    char byte = 0;
+    EXPECT_EQ(in.open(nullptr).message(), "Input stream not specified.");
+    EXPECT_EQ(in.read(&byte, 1).message(), "Input stream not specified.");
+    EXPECT_EQ(zip.open(nullptr).message(), "Output stream not specified.");
+    EXPECT_EQ(zip.write(&byte, 1).message(), "Output stream not specified.");
+}
+
+// Readers of everything that comes from outside, on random and on damaged bytes: whatever comes in, they end, stay
+// within their block (the sanitizers watch), and either fail or give what was put in.
+TEST(CompressedData, SurvivesHostileBytes)
+{
+    const bool isLong = std::getenv("MORVA_LONG") != nullptr;
+    const auto end = std::chrono::steady_clock::now() + (isLong ? std::chrono::seconds(180) : std::chrono::seconds(2));
+    const CByteArray data = noise(700, 40);
+    const CByteArray good = written(data);
+    const unsigned seed = isLong ? std::random_device()() : 11u;
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    int rounds = 0;
+    for (; std::chrono::steady_clock::now() < end; ++rounds)
+    {
+        CByteArray bytes;
+        if (random() % 2 == 0)
+        {
+            bytes = good;
+            for (auto n = 1 + random() % 4; n > 0; --n)
+                switch (random() % 3)
+                {
+                case 0:
+                    bytes[random() % bytes.size()] ^= static_cast<unsigned char>(1u << random() % 8);
+                    break;
+                case 1:
+                    bytes.resize(1 + random() % bytes.size());
+                    break;
+                default:
+                    bytes[random() % bytes.size()] = static_cast<unsigned char>(random());
+                }
+            // With a size that passes its checksum every second time, so that the damage reaches the inflater.
+            if (random() % 2 == 0 && bytes.size() > 12)
+            {
+                const std::uint32_t size = random() % 3 == 0 ? static_cast<std::uint32_t>(random()) : 700;
+                CByteArray header;
+                appendU32(header, id);
+                appendU32(header, size);
+                appendU32(header, adlerOf(size));
+                std::copy(header.begin(), header.end(), bytes.begin());
+            }
+        }
+        else
+        {
+            bytes.resize(random() % 300);
+            for (unsigned char& byte : bytes)
+                byte = static_cast<unsigned char>(random());
+            if (bytes.size() > 4 && random() % 2 == 0)
+                bytes[1] = bytes[2] = bytes[3] = 0;         // a string length that fits
+        }
+        CByteArray out;
+        if (messageOf(bytes, out).empty())
+        {
+            ASSERT_EQ(out, data) << "round " << rounds;
+        }
+        CMemoryReader reader(bytes);
+        CStringBuf text;
+        if (!reader.readString(text))
+        {
+            ASSERT_LE(text.length(), 61440);
+            ASSERT_EQ(CStringBuf::fromUtf8(text.toUtf8()), text) << "round " << rounds;
+        }
+        CInputZipStream zip;
+        CMemoryReader source(bytes);
+        ASSERT_FALSE(zip.open(&source));
+        unsigned char part[97];
+        std::int64_t count = sizeof part;
+        while (!zip.readRef(part, count) && count > 0)
+            count = sizeof part;
+        for (int e = 0; e < 4; ++e)
+        {
+            CTextReaderLine lines(bytes.data(), bytes.size(), static_cast<CTextReaderLine::Encoding>(e));
+            std::size_t most = bytes.size() + 1;
+            while (lines.readLine(text))
+                ASSERT_GT(most--, 0u);
+        }
+    }
+    EXPECT_GT(rounds, 100);
+}
+
+}
