@@ -44,7 +44,6 @@ struct CAudioProcessTraits
 class CAudioProcessDefBase : public CObject
 {
 public:
-    static void initClass(CObjectClassInfo& info);
     CError init() override;
     CError initChilds() override;
 
