@@ -19,7 +19,7 @@ namespace kor
 // bytes; blocks of samples and bins need no alignment, but aligned ones are faster.
 struct CRealFft
 {
-    static constexpr int maxOrder = 22;                    // 4,194,304 samples; 96 MB of tables
+    static constexpr int maxOrder = 22;                    // 4,194,304 samples; 50 MB of tables
     static constexpr int noScaling = 8;                    // flags: forward, then inverse, multiplies by N
     static constexpr std::size_t bufferAlignment = 64;
 
