@@ -3,29 +3,22 @@
 
 #include "Core/CLog.h"
 
-#include <algorithm>
-
 namespace kor
 {
 namespace
 {
 
 constexpr int maxSteps = 1000;
-constexpr std::size_t maxLength = 65536;
-constexpr char32_t textMark = 0x10000;
+constexpr int maxLength = 65536;
 
-char16_t unitOf(char32_t unit) noexcept
-{
-    return static_cast<char16_t>(unit & 0xFFFF);
-}
+// What braces that are text turn into while braces are being looked for: two code units that no text uses.
+constexpr char16_t textOpen = 0xFDD0;
+constexpr char16_t textClose = 0xFDD1;
 
-template <class Iterator>
-CStringBuf textOf(Iterator from, Iterator to)
+void exchangeUnits(CStringBuf& text, char16_t from, char16_t to)
 {
-    CStringBuf text;
-    for (; from != to; ++from)
-        text.append(unitOf(*from));
-    return text;
+    for (int place = text.findChar(from); place >= 0; place = text.findChar(from, place + 1))
+        text.replace(place, 1, CStringBuf(std::u16string_view(&to, 1)));
 }
 
 }
@@ -33,55 +26,68 @@ CStringBuf textOf(Iterator from, Iterator to)
 void CAttrExpansion::expand(CStringBuf& out, const CStringBuf& text)
 {
     plainTaken = false;
-    CWork work;
-    CWork result;
-    work.reserve(static_cast<std::size_t>(text.length()) + 64);
-    for (int i = 0; i < text.length(); ++i)
-        work.push_back(text[i]);
-
+    bool hidesBraces = false;
+    CStringBuf work = text;
+    CStringBuf key;
+    CStringBuf fallback;
+    CStringBuf hidden;
     for (int step = 0;; ++step)
     {
-        const auto lastOpen = std::find(work.rbegin(), work.rend(), U'{');
-        if (lastOpen == work.rend())
-            break;
-        const auto open = std::next(lastOpen).base();
-        const auto close = std::find(open, work.end(), U'}');
-        if (close == work.end())
+        const int open = work.findLastChar(u'{');
+        const int close = open >= 0 ? work.findChar(u'}', open) : -1;
+        if (close < 0)
             break;
         if (step == maxSteps)
         {
-            CLog::write("Expansion of attribute '"_s + attr + "' stopped.", object.fullName());
+            reportStop();
             break;
         }
-
-        const auto question = std::find(open + 1, close, U'?');
-        bool isEmptyResult = false;
-        const CAttrValue* value = evaluate(textOf(open + 1, question), isEmptyResult);
-        result.clear();
-        if (value != nullptr)
+        const int question = work.findChar(u'?', open);
+        const bool hasDefault = question >= 0 && question < close;
+        work.substr(key, open + 1, (hasDefault ? question : close) - open - 1);
+        fallback.clear();
+        if (hasDefault)
+            work.substr(fallback, question + 1, close - question - 1);
+        if (hidesBraces)
         {
-            const CStringBuf& found = value->asString();
-            const char32_t mark = value->isPlainText() ? textMark : 0;
-            plainTaken = plainTaken || value->isPlainText();
-            for (int i = 0; i < found.length(); ++i)
+            exchangeUnits(key, textOpen, u'{');
+            exchangeUnits(key, textClose, u'}');
+        }
+
+        bool isEmptyResult = false;
+        const CAttrValue* value = evaluate(key, isEmptyResult);
+        const CStringBuf* result = value != nullptr ? &value->asString() : isEmptyResult ? &gEmptyString : &fallback;
+        if (value != nullptr && value->isPlainText())
+        {
+            plainTaken = true;
+            if (result->findChar(u'{') >= 0 || result->findChar(u'}') >= 0)
             {
-                const bool isBrace = found[i] == u'{' || found[i] == u'}';
-                result.push_back(isBrace ? mark | found[i] : found[i]);
+                hidesBraces = true;
+                hidden = *result;
+                exchangeUnits(hidden, u'{', textOpen);
+                exchangeUnits(hidden, u'}', textClose);
+                result = &hidden;
             }
         }
-        else if (!isEmptyResult && question != close)
-            result.assign(question + 1, close);
-
-        const std::size_t cut = static_cast<std::size_t>(close + 1 - open);
-        if (work.size() - cut + result.size() > maxLength)
+        const int cut = close + 1 - open;
+        if (work.length() - cut + result->length() > maxLength)
         {
-            CLog::write("Expansion of attribute '"_s + attr + "' stopped.", object.fullName());
+            reportStop();
             break;
         }
-        const auto place = work.erase(open, close + 1);
-        work.insert(place, result.begin(), result.end());
+        work.replace(open, cut, *result);
     }
-    out = textOf(work.begin(), work.end());
+    if (hidesBraces)
+    {
+        exchangeUnits(work, textOpen, u'{');
+        exchangeUnits(work, textClose, u'}');
+    }
+    out = std::move(work);
+}
+
+void CAttrExpansion::reportStop() const
+{
+    CLog::write("Expansion of attribute '"_s + attr + "' stopped.", object.fullName());
 }
 
 // The value that the key stands for, or null for the default (with isEmptyResult: for the empty text).

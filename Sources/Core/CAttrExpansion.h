@@ -28,11 +28,9 @@ public:
     bool tookPlainText() const noexcept { return plainTaken; }
 
 private:
-    // Code units; braces that are text carry a mark above the 16 bits of a unit.
-    using CWork = CArray<char32_t>;
-
     const CAttrValue* evaluate(const CStringBuf& key, bool& isEmptyResult);
     const CAttrValue* evaluateLink(const CStringBuf& key);
+    void reportStop() const;
 
     CObject& object;
     const CStringBuf& attr;

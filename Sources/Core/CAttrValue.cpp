@@ -3,7 +3,6 @@
 
 #include <cmath>
 #include <limits>
-#include <new>
 
 namespace kor
 {
@@ -49,15 +48,6 @@ CAttrValue& CAttrValue::operator=(const CAttrValue& other)
     if (this != &other)
         copyFrom(other);
     return *this;
-}
-
-CAttrValue::~CAttrValue()
-{
-    if (stringSlot != nullptr)
-    {
-        stringSlot->~CStringBuf();
-        freeBlock(stringSlot);
-    }
 }
 
 CAttrValue CAttrValue::ofBool(bool value)
@@ -206,7 +196,7 @@ double CAttrValue::asDouble(bool& ok) const
         result = intSlot;
         break;
     case Type::string:
-        result = stringSlot->toDouble(ok);
+        result = stringSlot.toDouble(ok);
         break;
     case Type::empty:
         break;
@@ -240,7 +230,7 @@ std::int32_t CAttrValue::asInt(bool& ok) const
         break;
     }
     case Type::string:
-        result = stringSlot->toInt(ok);
+        result = stringSlot.toInt(ok);
         break;
     default:
         break;
@@ -255,7 +245,7 @@ std::int32_t CAttrValue::asInt(bool& ok) const
 const CStringBuf& CAttrValue::asString() const
 {
     if ((flags & stringValid) != 0)
-        return *stringSlot;
+        return stringSlot;
     switch (valueType)
     {
     case Type::boolean:
@@ -270,7 +260,7 @@ const CStringBuf& CAttrValue::asString() const
     default:
         return gEmptyString;
     }
-    return *stringSlot;
+    return stringSlot;
 }
 
 void CAttrValue::freeze()
@@ -288,11 +278,7 @@ void CAttrValue::keepOnly(int written) noexcept
 
 void CAttrValue::storeText(const CStringBuf& text) const
 {
-    // The storage of a former text serves again; it is freed only with the value.
-    if (stringSlot != nullptr)
-        *stringSlot = text;
-    else
-        stringSlot = new (allocBlock(sizeof(CStringBuf))) CStringBuf(text);
+    stringSlot = text;
     flags |= stringValid;
 }
 
@@ -304,7 +290,7 @@ void CAttrValue::copyFrom(const CAttrValue& other)
     doubleSlot = other.doubleSlot;
     keepOnly(other.flags & (slotFlags | plainText) & ~stringValid);
     if ((other.flags & stringValid) != 0)
-        storeText(*other.stringSlot);
+        storeText(other.stringSlot);
 }
 
 }

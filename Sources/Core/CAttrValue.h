@@ -33,7 +33,7 @@ public:
     CAttrValue() noexcept = default;
     CAttrValue(const CAttrValue& other);            // value only: neither handler nor place in a pending list
     CAttrValue& operator=(const CAttrValue& other);
-    ~CAttrValue();
+    ~CAttrValue() = default;
     static CAttrValue ofBool(bool value);
     static CAttrValue ofDouble(double value);
     static CAttrValue ofInt(std::int32_t value);
@@ -90,7 +90,7 @@ private:
     mutable bool boolSlot = false;
     mutable std::int32_t intSlot = 0;
     mutable double doubleSlot = 0.0;
-    mutable CStringBuf* stringSlot = nullptr;       // owned
+    mutable CStringBuf stringSlot;                  // in place: most values are short texts
 };
 
 /// Attributes of an object, and the parameters of an event.

@@ -104,9 +104,7 @@ void CObject::removeChild(CObject& child)
         childList.erase(std::next(found).base());
     if (child.namedAmong != nullptr)
     {
-        const auto place = child.namedAmong->place(child.nameIndex);
-        if (place != child.namedAmong->list.end() && place->object == &child)
-            child.namedAmong->list.erase(place);
+        child.namedAmong->remove(child.nameIndex, child);
         child.namedAmong = nullptr;
     }
     if (child.isTemplate())
@@ -198,15 +196,6 @@ CObject* CObject::createByTag(const CStringBuf& classTag, const CStringBuf& chil
     return made;
 }
 
-CArray<CObject::CIndexedChild>::iterator CObject::CNamedChildren::place(int index) noexcept
-{
-    // The usual cases are a single child and one more at the end.
-    if (list.empty() || list.back().index < index)
-        return list.end();
-    return std::lower_bound(list.begin(), list.end(), index,
-                            [](const CIndexedChild& entry, int wanted) { return entry.index < wanted; });
-}
-
 CError CObject::enterChild(CObject& child, const CStringBuf& childName)
 {
     static const CStringBuf& nameKey = *new CStringBuf("name");
@@ -227,15 +216,13 @@ CError CObject::enterChild(CObject& child, const CStringBuf& childName)
     CNamedChildren& named = entry->second;
     if (isNew)
         named.counter = index;
-    auto place = named.place(index);
-    while (place != named.list.end() && place->index == index)
+    while (named.find(index) != nullptr)
     {
         // Whoever asked for the highest index there is sends the counter round.
         named.counter = named.counter < std::numeric_limits<int>::max() ? named.counter + 1 : 0;
         index = named.counter;
-        place = named.place(index);
     }
-    named.list.insert(place, {index, &child});
+    named.insert(index, child);
     child.namedAmong = &named;
     child.nameIndex = index;
 

@@ -189,14 +189,21 @@ private:
         CObject* object;
     };
 
-    /// The children of one base name, sorted by index; the counter stays when they are gone.
+    /// The children of one base name, sorted by index; the counter stays when they are gone. Most names belong to one
+    /// child, which is kept in place.
     struct CNamedChildren
     {
         int counter = 0;
-        CArray<CIndexedChild> list;
+        CIndexedChild sole = {0, nullptr};          // null when there is none or more than one
+        CArray<CIndexedChild> list;                 // empty while there is a sole child
 
-        /// Where `index` is or belongs.
-        CArray<CIndexedChild>::iterator place(int index) noexcept;
+        std::span<const CIndexedChild> all() const noexcept;
+
+        /// Null when the index is free.
+        CObject* find(int index) const noexcept;
+        void insert(int index, CObject& object);
+        void remove(int index, const CObject& object) noexcept;
+        static bool comesBefore(const CIndexedChild& child, int index) noexcept;
     };
 
     CError createChildObject(CObject*& child, const CStringBuf& tag, const CStringBuf& name, bool mustBeTemplate);

@@ -269,8 +269,11 @@ CObject* CObject::findNearestNamed(const CStringBuf& baseName)
     for (CObject* object = this; object != nullptr; object = object->parentObject)
     {
         const auto named = object->childrenByName.find(baseName);
-        if (named != object->childrenByName.end() && !named->second.list.empty())
-            return named->second.list.front().object;
+        if (named == object->childrenByName.end())
+            continue;
+        const std::span<const CIndexedChild> all = named->second.all();
+        if (!all.empty())
+            return all.front().object;
     }
     return nullptr;
 }

@@ -2,6 +2,9 @@
 #include "Core/CApplication.h"
 #include "Core/CObject.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace kor
 {
 namespace
@@ -77,14 +80,16 @@ CObject* CObject::walkPath(const CStringBuf& path, int& hopsLeft)
 CObject* CObject::findChild(const CStringBuf& step)
 {
     const int hash = step.findChar(u'#');
-    const auto named = childrenByName.find(hash < 0 ? step : step.substr(0, hash));
-    if (named == childrenByName.end() || named->second.list.empty())
+    const auto named = hash < 0 ? childrenByName.find(step) : childrenByName.find(step.substr(0, hash));
+    if (named == childrenByName.end())
         return nullptr;
-    CArray<CIndexedChild>& list = named->second.list;
+    const std::span<const CIndexedChild> all = named->second.all();
+    if (all.empty())
+        return nullptr;
     if (hash < 0)
-        return list.front().object;
+        return all.front().object;
     if (hash + 1 == step.length())
-        return list.back().object;
+        return all.back().object;
 
     const char16_t sign = step[hash + 1];
     const bool isStepping = sign == u'+' || sign == u'-';
@@ -93,14 +98,52 @@ CObject* CObject::findChild(const CStringBuf& step)
     if (!ok)
         return nullptr;
     if (!isStepping)
-    {
-        const auto place = named->second.place(number);
-        return place != list.end() && place->index == number ? place->object : nullptr;
-    }
-    if (number < 0 || static_cast<std::size_t>(number) >= list.size())
+        return named->second.find(number);
+    if (number < 0 || static_cast<std::size_t>(number) >= all.size())
         return nullptr;
     const std::size_t steps = static_cast<std::size_t>(number);
-    return sign == u'+' ? list[steps].object : list[list.size() - 1 - steps].object;
+    return sign == u'+' ? all[steps].object : all[all.size() - 1 - steps].object;
+}
+
+std::span<const CObject::CIndexedChild> CObject::CNamedChildren::all() const noexcept
+{
+    if (sole.object != nullptr)
+        return {&sole, 1};
+    return list;
+}
+
+CObject* CObject::CNamedChildren::find(int index) const noexcept
+{
+    if (sole.object != nullptr)
+        return sole.index == index ? sole.object : nullptr;
+    const auto place = std::lower_bound(list.begin(), list.end(), index, comesBefore);
+    return place != list.end() && place->index == index ? place->object : nullptr;
+}
+
+void CObject::CNamedChildren::insert(int index, CObject& object)
+{
+    if (sole.object == nullptr && list.empty())
+    {
+        sole = {index, &object};
+        return;
+    }
+    if (sole.object != nullptr)
+        list.push_back(std::exchange(sole, {0, nullptr}));
+    list.insert(std::lower_bound(list.begin(), list.end(), index, comesBefore), {index, &object});
+}
+
+void CObject::CNamedChildren::remove(int index, const CObject& object) noexcept
+{
+    if (sole.object == &object)
+        sole = {0, nullptr};
+    const auto place = std::lower_bound(list.begin(), list.end(), index, comesBefore);
+    if (place != list.end() && place->object == &object)
+        list.erase(place);
+}
+
+bool CObject::CNamedChildren::comesBefore(const CIndexedChild& child, int index) noexcept
+{
+    return child.index < index;
 }
 
 void CObject::getFullPath(CStringBuf& out, const CStringBuf& path)
