@@ -20,7 +20,7 @@ namespace HWY_NAMESPACE
 #if HWY_TARGET == HWY_SCALAR
 
 // Without vectors a block would only be more work.
-void processBlocks(const CBiquadBlock& block, CBiquadMemory& memory, const double* in, double* out, int count)
+void processBiquadBlocks(const CBiquadBlock& block, CBiquadMemory& memory, const double* in, double* out, int count)
 {
     processBiquadSamples(block, memory, in, out, count);
 }
@@ -50,7 +50,7 @@ HWY_INLINE HWY_ATTR void addColumns(D d, const CBiquadBlock& block, const double
 // and multiplied by its column; a column has no effect before its own sample, so vectors that end before it skip it.
 // The memory is a register of pairs w, d, w, d, ..., so that spreading it costs one step of the recurrence's chain.
 // What does not wait for the memory is kept out of that chain.
-void processBlocks(const CBiquadBlock& block, CBiquadMemory& memory, const double* in, double* out, int count)
+void processBiquadBlocks(const CBiquadBlock& block, CBiquadMemory& memory, const double* in, double* out, int count)
 {
     constexpr int length = CBiquadBlock::length;
     const hn::CappedTag<double, length> d;
@@ -101,9 +101,9 @@ void processBlocks(const CBiquadBlock& block, CBiquadMemory& memory, const doubl
 
 #endif
 
-const CBiquadKernel* build()
+const CBiquadKernel* buildBiquadKernel()
 {
-    static const CBiquadKernel kernel = {&processBlocks, hwy::TargetName(HWY_TARGET)};
+    static const CBiquadKernel kernel = {&processBiquadBlocks, hwy::TargetName(HWY_TARGET)};
     return &kernel;
 }
 
@@ -115,11 +115,11 @@ HWY_AFTER_NAMESPACE();
 namespace kor
 {
 
-HWY_EXPORT(build);
+HWY_EXPORT(buildBiquadKernel);
 
 const CBiquadKernel& biquadKernel() noexcept
 {
-    static const CBiquadKernel* const chosen = HWY_DYNAMIC_DISPATCH(build)();
+    static const CBiquadKernel* const chosen = HWY_DYNAMIC_DISPATCH(buildBiquadKernel)();
     return *chosen;
 }
 
@@ -130,7 +130,7 @@ std::vector<const CBiquadKernel*> allBiquadKernels()
     {
         hwy::SetSupportedTargetsForTest(target);
         hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-        builds.push_back(HWY_DYNAMIC_DISPATCH(build)());
+        builds.push_back(HWY_DYNAMIC_DISPATCH(buildBiquadKernel)());
     }
     hwy::SetSupportedTargetsForTest(0);
     hwy::GetChosenTarget().Update(hwy::SupportedTargets());

@@ -20,10 +20,10 @@ bool growsAtHalfRate(const CBiquadCoefficients& c) noexcept
 
 double stepSample(const CBiquadStep& c, double side, double& w, double& d, double x) noexcept
 {
-    const double next = x - side * (c.pole * w - c.a2 * d);
-    const double y = side * (c.zero * w - c.b2 * d) + c.b0 * next;
+    const double next = x + (c.nextW * w + c.nextD * d);
+    const double y = (c.outW * w + c.outD * d) + c.b0 * next;
+    d = side == 0.0 ? w : next;
     w = side * w + next;
-    d = next;
     return y;
 }
 
@@ -105,11 +105,11 @@ void CBiquadStage::processFade(const double* in, double* out, int count) noexcep
         const double A = 0.5 + f.s;
         const double B = 0.5 - f.s;
         CBiquadStep c;
-        c.pole = B * to.pole + A * from.pole;
-        c.zero = B * to.zero + A * from.zero;
+        c.nextW = B * to.nextW + A * from.nextW;
+        c.nextD = B * to.nextD + A * from.nextD;
         c.b0 = B * to.b0 + A * from.b0;
-        c.b2 = B * to.b2 + A * from.b2;
-        c.a2 = B * to.a2 + A * from.a2;
+        c.outW = B * to.outW + A * from.outW;
+        c.outD = B * to.outD + A * from.outD;
         out[i] = A * stepSample(old, signOld, oldW, oldD, x) + B * stepSample(c, sign, w, d, x);
         f.step();
     }

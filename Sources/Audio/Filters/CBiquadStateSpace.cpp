@@ -3,23 +3,58 @@
 
 #include "Audio/Filters/CBiquadKernel.h"
 
+#include <cmath>
+
 namespace kor
 {
 
+namespace
+{
+
+using Real = long double;
+
+// The exact sample step; see CBiquadStep.
+struct CExactStep
+{
+    Real nextW, nextD, outW, outD;
+
+    CExactStep(const CBiquadCoefficients& c, Real side) noexcept
+    {
+        if (side == 0.0L)
+        {
+            nextW = -Real(c.a1);
+            nextD = -Real(c.a2);
+            outW = c.b1;
+            outD = c.b2;
+            return;
+        }
+        // Denominator and numerator at z = side, which are small there.
+        nextW = -side * (1.0L + side * c.a1 + c.a2);
+        nextD = side * c.a2;
+        outW = side * (c.b0 + side * c.b1 + c.b2);
+        outD = -side * c.b2;
+    }
+};
+
+}
+
 double biquadSide(const CBiquadCoefficients& c) noexcept
 {
+    // For a pair of poles at an angle on the circle the quotient is the cosine of the angle.
+    if (std::abs(c.a1) <= 0.8 * (1.0 + c.a2))
+        return 0.0;
     return c.a1 > 0.0 ? -1.0 : 1.0;
 }
 
 CBiquadStep biquadStep(const CBiquadCoefficients& c, double side) noexcept
 {
-    const long double s = side;
+    const CExactStep exact(c, side);
     CBiquadStep step;
-    step.pole = static_cast<double>(1.0L + s * c.a1 + c.a2);
-    step.zero = static_cast<double>(c.b0 + s * c.b1 + c.b2);
+    step.nextW = static_cast<double>(exact.nextW);
+    step.nextD = static_cast<double>(exact.nextD);
     step.b0 = c.b0;
-    step.b2 = c.b2;
-    step.a2 = c.a2;
+    step.outW = static_cast<double>(exact.outW);
+    step.outD = static_cast<double>(exact.outD);
     return step;
 }
 
@@ -27,60 +62,62 @@ CBiquadMemory biquadMemoryFor(const CBiquadMemory& memory, double side, double n
 {
     if (side == newSide)
         return memory;
-    return {memory.w, 2.0 * memory.w - memory.d};       // newSide is -side
+    const double older = side == 0.0 ? memory.d : side * (memory.w - memory.d);
+    return {memory.w, newSide == 0.0 ? older : memory.w - newSide * older};
 }
 
 void CBiquadBlock::design(const CBiquadCoefficients& c) noexcept
 {
-    const long double s = biquadSide(c);
-    const long double b0 = c.b0;
-    const long double a2 = c.a2;
-    const long double a2Less1 = a2 - 1.0L;
-    const long double pole = 1.0L + s * c.a1 + a2;
-    const long double zero = b0 + s * c.b1 + c.b2;
-
-    side = static_cast<double>(s);
-    direct = c.b0;
-    poleW = static_cast<double>(-s * pole);
-    poleWLow = static_cast<double>(-s * pole - poleW);
-    poleD = static_cast<double>(s * a2);
+    side = biquadSide(c);
+    const Real s = side;
+    const CExactStep exact(c, s);
+    const bool isPlain = side == 0.0;
+    sample = biquadStep(c, side);
+    nextWLow = static_cast<double>(exact.nextW - sample.nextW);
 
     // Rows from memory to output i, and with them the impulse response.
-    long double p = s * (zero - b0 * pole);
-    long double q = s * (a2 * b0 - c.b2);
+    Real p = exact.outW + c.b0 * exact.nextW;
+    Real q = exact.outD + c.b0 * exact.nextD;
     double impulse[length] = {c.b0};
     for (int i = 0; i < length; ++i)
     {
         fromW[i] = static_cast<double>(p);
         fromD[i] = static_cast<double>(q);
-        const long double sum = p + q;
+        const Real sum = isPlain ? p : p + q;
         if (i + 1 < length)
             impulse[i + 1] = static_cast<double>(sum);
-        p = s * (p - pole * sum);
-        q = s * a2 * sum;
+        p = exact.nextW * sum + (isPlain ? q : s * p);
+        q = exact.nextD * sum;
     }
     for (int j = 0; j < length; ++j)
         for (int i = 0; i < length; ++i)
             response[j][i] = i < j ? 0.0 : impulse[i - j];
 
-    long double w = 1.0L;
-    long double d = 1.0L;
+    Real w = 1.0L;
+    Real d = isPlain ? 0.0L : 1.0L;
     for (int j = length - 1; j >= 0; --j)
     {
         toMemory[0][j] = static_cast<double>(w);
         toMemory[1][j] = static_cast<double>(d);
-        const long double nextD = s * (d + (a2Less1 * d - pole * w));
-        w = s * w + nextD;
-        d = nextD;
+        const Real next = exact.nextW * w + exact.nextD * d;
+        d = isPlain ? w : next;
+        w = s * w + next;
     }
 
-    // With I + e the step of one sample, or its negative: (I + e)^2 = I + (2 e + e e), three times. The identity never
-    // mixes with what is small beside it.
+    // With I + e the step of one sample, or its negative where poles turn by half a circle: (I + e)^2 = I + (2 e + e e),
+    // three times, for eight samples. The identity never mixes with what is small beside it.
     static_assert(length == 8);
-    long double e[2][2] = {{-pole, -pole}, {a2, a2Less1}};      // [from][to]
+    const Real sign = side < 0.0 ? -1.0L : 1.0L;
+    Real e[2][2] = {{sign * exact.nextW, sign * exact.nextW}, {sign * exact.nextD, sign * exact.nextD - 1.0L}};
+    if (isPlain)
+    {
+        e[0][0] -= 1.0L;
+        e[0][1] = 1.0L;
+        e[1][1] = -1.0L;
+    }
     for (int doubling = 0; doubling < 3; ++doubling)
     {
-        long double square[2][2];
+        Real square[2][2];
         for (int from = 0; from < 2; ++from)
             for (int to = 0; to < 2; ++to)
                 square[from][to] = e[from][0] * e[0][to] + e[from][1] * e[1][to];
@@ -108,21 +145,32 @@ void processBiquad(const CBiquadBlock& block, CBiquadMemory& memory, const doubl
 void processBiquadSamples(const CBiquadBlock& block, CBiquadMemory& memory, const double* in, double* out,
                           int count) noexcept
 {
-    const double direct = block.direct;
-    const double fromW = block.fromW[0];
-    const double fromD = block.fromD[0];
-    const double poleW = block.poleW;
-    const double poleWLow = block.poleWLow;
-    const double poleD = block.poleD;
-    const double side = block.side;
+    const CBiquadStep c = block.sample;
     double w = memory.w;
     double d = memory.d;
-    for (int i = 0; i < count; ++i)
+    if (block.side == 0.0)
     {
-        const double x = in[i];
-        out[i] = direct * x + (fromW * w + fromD * d);
-        d = (x + poleWLow * w) + (poleW * w + poleD * d);
-        w = side * w + d;
+        for (int i = 0; i < count; ++i)
+        {
+            const double next = in[i] + c.nextW * w + c.nextD * d;
+            out[i] = c.b0 * next + c.outW * w + c.outD * d;
+            d = w;
+            w = next;
+        }
+    }
+    else
+    {
+        const double side = block.side;
+        const double nextWLow = block.nextWLow;
+        const double fromW = block.fromW[0];
+        const double fromD = block.fromD[0];
+        for (int i = 0; i < count; ++i)
+        {
+            const double x = in[i];
+            out[i] = c.b0 * x + (fromW * w + fromD * d);
+            d = (x + nextWLow * w) + (c.nextW * w + c.nextD * d);
+            w = side * w + d;
+        }
     }
     memory.w = w;
     memory.d = d;

@@ -10,27 +10,27 @@ struct CBiquadCoefficients
     double b0 = 1.0, b1 = 0.0, b2 = 0.0, a1 = 0.0, a2 = 0.0;
 };
 
-/// Memory of a section. The direct form II keeps w[n-1] and w[n-2]; here it is w = w[n-1] and d = w[n-1] - side w[n-2],
-/// where side is 1 or -1, the end of the unit circle that the poles are nearer to.
+// The memory of a section, and how its rounding errors stay small. A direct form II keeps w = w[n-1] and w[n-2]. For
+// poles close to z = 1 or z = -1 these are about 1 / angle^2 times the signal, and the output comes from differences of
+// such numbers; so there the second value is the difference d = w[n-1] - side w[n-2] instead, where side is 1 or -1,
+// the end of the circle that the poles are near, and every product has the size of what it contributes. In the middle
+// of the band the direct form is the best conditioned of the three: side 0, d = w[n-2].
 struct CBiquadMemory
 {
     double w = 0.0;
     double d = 0.0;
 };
 
-// A section in a state whose rounding errors stay small when the poles lie close to z = 1 or z = -1. There w is about
-// 1 / angle^2 times the signal, and a direct form II takes the output from differences of such numbers; with the
-// difference d as a state of its own every product has the size of what it contributes. The numbers below are linear
-// in the coefficients of the section, so that a crossfade may interpolate them for one and the same side:
-//   d' = x - side pole w + side a2 d,   y = side zero w + b0 d' - side b2 d,   w' = side w + d'.
+/// One sample of a section in such a memory, linear in the coefficients of the section, so that a crossfade may
+/// interpolate all five for one and the same side:
+///   next = x + nextW w + nextD d,   y = b0 next + outW w + outD d,   w' = side w + next,   d' = next, or w for side 0.
 struct CBiquadStep
 {
-    double pole = 1.0;          // denominator at z = side: 1 + side a1 + a2
-    double zero = 1.0;          // numerator at z = side: b0 + side b1 + b2
-    double b0 = 1.0, b2 = 0.0, a2 = 0.0;
+    double nextW = 0.0, nextD = 0.0;
+    double b0 = 1.0, outW = 0.0, outD = 0.0;
 };
 
-/// 1 or -1: the end of the unit circle that the poles are nearer to.
+/// The side that suits the poles: 1, -1 or 0.
 double biquadSide(const CBiquadCoefficients& c) noexcept;
 
 CBiquadStep biquadStep(const CBiquadCoefficients& c, double side) noexcept;
@@ -53,8 +53,9 @@ struct alignas(64) CBiquadBlock
     alignas(16) double step[2][2];      // [from w, d][to w, d]: memory over a block, less the identity
     alignas(16) double stepLow[2][2];   // what `step` lost in rounding
 
-    // One sample: y = direct x + fromW[0] w + fromD[0] d; d' = x + (poleW + poleWLow) w + poleD d; w' = side w + d'.
-    double direct, poleW, poleWLow, poleD, side;
+    CBiquadStep sample;
+    double nextWLow;                    // what sample.nextW lost in rounding
+    double side;
 
     /// Sets all of it. Audio thread; a microsecond or so.
     void design(const CBiquadCoefficients& c) noexcept;
