@@ -21,6 +21,8 @@ extern "C" void onInterrupt(int)
 
 void CInterrupt::install()
 {
+    // Nor may a reader of our messages that goes away end the program in the middle.
+    std::signal(SIGPIPE, SIG_IGN);
     struct sigaction action = {};
     action.sa_handler = onInterrupt;
     action.sa_flags = static_cast<int>(SA_RESETHAND);

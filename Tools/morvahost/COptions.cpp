@@ -14,8 +14,8 @@ namespace
 
 std::string numberText(double value)
 {
-    char buffer[40];
-    const auto end = std::to_chars(buffer, buffer + sizeof buffer, value).ptr;
+    char buffer[400];
+    const auto end = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed).ptr;
     return {buffer, end};
 }
 
@@ -63,7 +63,7 @@ CError COptions::parse(std::span<const char* const> arguments)
             std::vector<std::string> names;
             for (const COptionSpec& known : specs)
                 names.emplace_back(known.name);
-            return KOR_FAIL("unknown option '%1'%2; see --help", name, nearNameHint(name, names));
+            return KOR_FAIL("unknown option '%1'%2", name, nearNameHint(name, names, "; see --help"));
         }
         if (spec->argument == nullptr && sign != std::string_view::npos)
             return KOR_FAIL("option %1 takes no value", name);

@@ -105,7 +105,8 @@ CError CParamAssignments::applyOne(const CAudioInstance& instance, const CParamA
         std::vector<std::string> names;
         for (const CStringBuf& key : instance.paramKeys())
             names.push_back(key.toUtf8());
-        return KOR_FAIL("--set: there is no parameter '%1'%2", assignment.key, nearNameHint(assignment.key, names));
+        return KOR_FAIL("--set: there is no parameter '%1'%2", assignment.key,
+                        nearNameHint(assignment.key, names, "; `morvahost tree audio.modMain` lists them"));
     }
     const CAudioParamInfo& info = param->info();
     const int groups = info.isSingleGroup ? 1 : instance.groupCount();

@@ -37,19 +37,16 @@ CError CWaveReader::open(const std::string& path, int maxChannels)
     if (found.st_size == 0)
         return KOR_FAIL("'%1' is empty", path);
 
+    KOR_TRY(checkSoundIsWhole(descriptor, path));
     SF_INFO info = {};
-    sound = sf_open_fd(descriptor, SFM_READ, &info, SF_FALSE);
+    // A descriptor of its own, which the library closes in every case.
+    sound = sf_open_fd(::dup(descriptor), SFM_READ, &info, SF_TRUE);
     if (sound == nullptr)
-    {
-        // A file that breaks off within its header is worth saying plainly; all else is the library's to tell.
-        KOR_TRY(checkSoundIsWhole(descriptor, path));
         return KOR_FAIL("'%1' is no sound file that can be read: %2", path, sf_strerror(nullptr));
-    }
     if (info.channels < 1 || info.channels > maxChannels)
         return KOR_FAIL("'%1' has %2 channels; 1 to %3 can be processed", path, info.channels, maxChannels);
     if (info.samplerate < 8000 || info.samplerate > 768000)
         return KOR_FAIL("'%1' has a sample rate of %2 Hz; 8000 to 768000 Hz can be processed", path, info.samplerate);
-    KOR_TRY(checkSoundIsWhole(descriptor, path));
     if (info.frames <= 0)
         return KOR_FAIL("'%1' holds no sound", path);
     channels = info.channels;

@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <cmath>
+#include <unistd.h>
 
 namespace kor
 {
@@ -64,7 +65,7 @@ CError CWaveWriter::open(const std::string& path, bool mayReplace, int channelCo
     info.samplerate = sampleRate;
     // The extended header says what the plain one cannot: more than two channels.
     info.format = row.subtype | (isLarge ? SF_FORMAT_RF64 : channels > 2 ? SF_FORMAT_WAVEX : SF_FORMAT_WAV);
-    sound = sf_open_fd(file.descriptor(), SFM_WRITE, &info, SF_FALSE);
+    sound = sf_open_fd(::dup(file.descriptor()), SFM_WRITE, &info, SF_TRUE);
     if (sound == nullptr)
         return KOR_FAIL("unable to write '%1': %2", path, sf_strerror(nullptr));
     // The peak chunk carries the time of day, and equal renders are to be equal files.

@@ -39,7 +39,7 @@ std::string_view lastStep(std::string_view name)
 
 }
 
-std::string nearNameHint(std::string_view typed, const std::vector<std::string>& names)
+std::string nearNameHint(std::string_view typed, const std::vector<std::string>& names, const char* otherwise)
 {
     struct CCandidate
     {
@@ -64,7 +64,7 @@ std::string nearNameHint(std::string_view typed, const std::vector<std::string>&
     std::string hint;
     for (std::size_t i = 0; i < near.size(); ++i)
         hint += (i == 0 ? ", did you mean '" : i + 1 == near.size() ? "' or '" : "', '") + *near[i].name;
-    return hint.empty() ? hint : hint + "'?";
+    return hint.empty() ? otherwise : hint + "'?";
 }
 
 }

@@ -4,7 +4,6 @@
 #include "CTreeCommand.h"
 #include "NearNames.h"
 
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -45,9 +44,6 @@ std::string overview(const std::vector<CCommand*>& commands)
 
 int main(int argumentCount, char** arguments)
 {
-    // A reader of our output that goes away is an error of writing, told like any other.
-    std::signal(SIGPIPE, SIG_IGN);
-
     CRenderCommand render;
     CCurveCommand curve;
     CTreeCommand tree;
@@ -84,5 +80,5 @@ int main(int argumentCount, char** arguments)
         return finish(command->run(options));
     }
     return finish(COutcome::wrongUsage(
-        KOR_FAIL("unknown command '%1'%2; `morvahost --help` lists them", word, nearNameHint(word, names))));
+        KOR_FAIL("unknown command '%1'%2", word, nearNameHint(word, names, "; `morvahost --help` lists them"))));
 }
