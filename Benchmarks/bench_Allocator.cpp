@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Small blocks against the C heap, side by side in one run: each pattern once for each allocator, sizes 16 to 512.
-// "ns_pair" is the time for taking and giving back one block.
+// "ns_pair" is the time in ns for taking and giving back one block; with two threads, the wall time divided by the
+// pairs of both. On a machine that does other work compare the best of some repetitions:
+//     bench_Allocator --benchmark_repetitions=10 --benchmark_enable_random_interleaving=true
 #include "Core/CAllocator.h"
 
 #include <benchmark/benchmark.h>

@@ -10,7 +10,8 @@
 namespace kor
 {
 
-// Eight bytes of chain, then the blocks from the next multiple of 16 on: within the 20 bytes a slab has over its blocks.
+// Eight bytes of chain, then the blocks from the next multiple of 16 on: within the 20 bytes that a slab has over its
+// blocks.
 struct CBlockArena::CSlab
 {
     CSlab* older;
@@ -183,7 +184,8 @@ CBlockArena::CRun CBlockArena::refill(int classIndex) noexcept
     {
         auto* block = new (slab->blocks() + static_cast<std::size_t>(i) * stride(classIndex)) CHeader;
         block->next.store(i > 0 ? rest.first : nullptr, std::memory_order_relaxed);
-        block->number.store(number * blocksPerSlabNumber + static_cast<std::uint32_t>(i) + 1, std::memory_order_relaxed);
+        const std::uint32_t position = static_cast<std::uint32_t>(i);
+        block->number.store(number * blocksPerSlabNumber + position + 1, std::memory_order_relaxed);
         block->classIndex = static_cast<std::uint8_t>(classIndex);
         if (i == 0)
         {

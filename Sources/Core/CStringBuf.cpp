@@ -81,7 +81,7 @@ constinit CEmptyString emptyString;
 
 constinit const CStringBuf& gEmptyString = emptyString.value;
 
-CStringBuf::CStringBuf(const char* latin1) : CStringBuf(std::string_view(latin1))
+CStringBuf::CStringBuf(const char* latin1) : CStringBuf(std::string_view(latin1 != nullptr ? latin1 : ""))
 {
 }
 
@@ -233,8 +233,9 @@ void CStringBuf::append(const CStringBuf& text)
         return;
     }
     widen();
-    const std::size_t added = std::min(static_cast<std::size_t>(text.count), maxLength - static_cast<std::size_t>(count));
-    reserveBytes((static_cast<std::size_t>(count) + added + 1) * 2);
+    const std::size_t have = static_cast<std::size_t>(count);
+    const std::size_t added = std::min(static_cast<std::size_t>(text.count), maxLength - have);
+    reserveBytes((have + added + 1) * 2);
     std::memcpy(units() + count, text.data, added * 2);
     count += static_cast<std::int32_t>(added);
     terminate();
@@ -384,8 +385,10 @@ bool CStringBuf::startsWith(const CStringBuf& prefix) const noexcept
     if (prefix.count > count)
         return false;
     const std::size_t n = static_cast<std::size_t>(prefix.count);
-    if (wide != prefix.wide)
-        return (wide ? compareMixed(prefix.narrow(), wideUnits(), n) : compareMixed(narrow(), prefix.wideUnits(), n)) == 0;
+    if (wide && !prefix.wide)
+        return compareMixed(prefix.narrow(), wideUnits(), n) == 0;
+    if (!wide && prefix.wide)
+        return compareMixed(narrow(), prefix.wideUnits(), n) == 0;
     return std::memcmp(data, prefix.data, n * (wide ? 2 : 1)) == 0;
 }
 

@@ -23,7 +23,7 @@ public:
     {
         inlineBuffer[0] = inlineBuffer[1] = 0;      // a terminator in either width
     }
-    CStringBuf(const char* latin1);                 // NUL-terminated Latin-1 text (ASCII literals)
+    CStringBuf(const char* latin1);                 // NUL-terminated Latin-1 text (ASCII literals); null is empty
     CStringBuf(std::string_view latin1);
     CStringBuf(std::u16string_view wide);           // stays wide
     CStringBuf(const CStringBuf& other);
@@ -145,7 +145,10 @@ extern const CStringBuf& gEmptyString;
 
 inline namespace literals
 {
-inline CStringBuf operator""_s(const char* text, std::size_t length) { return CStringBuf(std::string_view(text, length)); }
+inline CStringBuf operator""_s(const char* text, std::size_t length)
+{
+    return CStringBuf(std::string_view(text, length));
+}
 }
 
 }

@@ -163,7 +163,7 @@ CStringBuf CStringBuf::fromUtf8(std::string_view utf8)
 {
     CStringBuf text;
     std::size_t plain = 0;                          // most texts are ASCII: taken in one piece
-    while (plain < utf8.size() && utf8[plain] > 0)
+    while (plain < utf8.size() && static_cast<signed char>(utf8[plain]) > 0)
         ++plain;
     text.append(utf8.substr(0, plain));
     if (plain == utf8.size())

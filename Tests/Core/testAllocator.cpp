@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cstring>
 #include <functional>
@@ -337,21 +338,22 @@ TEST(Allocator, EndingThreadsLeaveNothingBehind)
     {
         ~CLate()
         {
-            arena::freeBlock(block);
+            for (void* block : blocks)
+                arena::freeBlock(block);
             arena::freeBlock(arena::allocBlock(208));
         }
-        void* block = nullptr;
+        std::array<void*, 40> blocks;
     };
     std::set<void*> seen;
     for (int generation = 0; generation < 100; ++generation)
         std::thread([&] {
             thread_local CLate late;
-            late.block = nullptr;                           // made before the cache, so it goes after it
+            late.blocks.fill(nullptr);                      // made before the cache, so it goes after it
             std::vector<void*> blocks;
             for (int i = 0; i < 500; ++i)
                 seen.insert(blocks.emplace_back(arena::allocBlock(200)));
-            late.block = blocks.back();
-            blocks.pop_back();
+            std::copy(blocks.end() - 40, blocks.end(), late.blocks.begin());
+            blocks.resize(460);
             for (void* block : blocks)
                 arena::freeBlock(block);
         }).join();
@@ -375,7 +377,8 @@ TEST(Allocator, WholeAllocatorUnderManyThreads)
             for (int i = 0; i < 3000; ++i)
             {
                 const auto size = static_cast<unsigned>(random() % (i % 16 == 0 ? 6000 : 300));
-                const unsigned char stored[2] = {static_cast<unsigned char>(size), static_cast<unsigned char>(size >> 8)};
+                const unsigned char stored[2] = {static_cast<unsigned char>(size),
+                                                 static_cast<unsigned char>(size >> 8)};
                 void* block = arena::allocBlock(size + 2);
                 std::memcpy(block, stored, 2);
                 fill(static_cast<char*>(block) + 2, size, stored[0]);

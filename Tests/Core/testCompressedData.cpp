@@ -150,6 +150,31 @@ TEST(CompressedData, BothDirectionsAgreeWithZlib)
         }
 }
 
+TEST(CompressedData, ZipStreamsTakeDataInAnyPieces)
+{
+    const CByteArray data = noise(500000, 250);             // does not shrink: output fills within one piece
+    for (const std::int64_t step : {std::int64_t{4000}, std::int64_t{100000}, std::int64_t{499999}})
+    {
+        CWriteSeqBuffer buffer;
+        COutputZipStream zip;
+        ASSERT_FALSE(zip.open(&buffer));
+        const auto size = static_cast<std::int64_t>(data.size());
+        for (std::int64_t at = 0; at < size; at += step)
+            ASSERT_FALSE(zip.write(data.data() + at, std::min(step, size - at)));
+        ASSERT_FALSE(zip.close());
+        const CByteArray packed = buffer.getContents();
+        CMemoryReader source(packed);
+        CInputZipStream unzip;
+        ASSERT_FALSE(unzip.open(&source));
+        CByteArray out(data.size());
+        for (std::int64_t at = 0; at < size; at += 777)
+            ASSERT_FALSE(unzip.read(out.data() + at, std::min<std::int64_t>(777, size - at)));
+        EXPECT_EQ(out, data) << step;
+        EXPECT_EQ(unzip.read(out.data(), 1).message(), "Premature end of file.");
+        ASSERT_FALSE(unzip.close());
+    }
+}
+
 TEST(CompressedData, RefusesWhatItsHeaderOrItsChecksumContradict)
 {
     const CByteArray data = noise(3000, 200);
@@ -210,8 +235,11 @@ TEST(CompressedData, PassesOnFailuresOfTheStreamsBelow)
     EXPECT_EQ(readError.message(), "dry");
     EXPECT_GE(readError.lineCount(), 3);
     for (const std::int64_t room : {0, 8, 12, 100, 100000})
-        EXPECT_EQ(CFull(room).writeCompressedData(data.data(), static_cast<std::int64_t>(data.size()), id).message(), "full")
-            << room;
+    {
+        CFull target(room);
+        const CError error = target.writeCompressedData(data.data(), static_cast<std::int64_t>(data.size()), id);
+        EXPECT_EQ(error.message(), "full") << room;
+    }
     CInputZipStream in;
     COutputZipStream zip;
     char byte = 0;

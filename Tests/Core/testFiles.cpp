@@ -281,8 +281,9 @@ TEST_F(Files, LogKeepsLinesOfManyThreadsWhole)
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t)
         threads.emplace_back([t] {
+            const std::string line(static_cast<std::size_t>(20 + t), static_cast<char>('a' + t));
             for (int i = 0; i < 50; ++i)
-                CLog::write(std::string_view(std::string(static_cast<std::size_t>(20 + t), static_cast<char>('a' + t))));
+                CLog::write(std::string_view(line));
         });
     for (std::thread& thread : threads)
         thread.join();

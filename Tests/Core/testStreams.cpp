@@ -103,6 +103,7 @@ TEST(Streams, NumbersAndTextsAreLittleEndianOnTheWire)
     EXPECT_EQ(u32, 0x89ABCDEF);
     buffer.clear();
     EXPECT_EQ(bytesOf(buffer), "");
+    EXPECT_EQ(buffer.size(), 0);
 }
 
 TEST(Streams, LongestStringIs61440Bytes)
@@ -186,9 +187,9 @@ TEST(Streams, BaseSkipsInChunksAndNarrowFormsRefuseMoreThan2GB)
     for (const std::int64_t size : {std::int64_t{0x7FFFFFFF}, std::int64_t{0x80000000}, std::int64_t{1} << 40})
     {
         stream.size = stream.total = size;
-        const bool fits = size == 0x7FFFFFFF;
-        EXPECT_EQ(stream.getSizeInt(narrow).message(), fits ? "" : "The size of the stream is above allowed 2 GB.");
-        EXPECT_EQ(stream.getPositionInt32(narrow).message(), fits ? "" : "The size of the stream is above allowed 2 GB.");
+        const char* expected = size == 0x7FFFFFFF ? "" : "The size of the stream is above allowed 2 GB.";
+        EXPECT_EQ(stream.getSizeInt(narrow).message(), expected);
+        EXPECT_EQ(stream.getPositionInt32(narrow).message(), expected);
         EXPECT_EQ(narrow, 0x7FFFFFFF);
     }
 }
@@ -224,7 +225,8 @@ TEST(Streams, TextIsReadLineByLine)
         {
             ASSERT_TRUE(reader.readLine(line)) << c.bytes;
             EXPECT_EQ(line, CStringBuf(std::u16string_view(expected))) << c.bytes;
-            EXPECT_EQ(line.isWide(), expected.find_first_not_of(u"ab\u00E4\u00FFcx") != std::u16string::npos) << c.bytes;
+            const bool isWide = expected.find_first_not_of(u"ab\u00E4\u00FFcx") != std::u16string::npos;
+            EXPECT_EQ(line.isWide(), isWide) << c.bytes;
         }
         const CStringBuf last = line;
         EXPECT_FALSE(reader.readLine(line)) << c.bytes;

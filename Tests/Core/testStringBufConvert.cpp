@@ -176,6 +176,7 @@ TEST(StringBufConvert, DecodesUtf8)
         {"\xF4\x8F\xBF\xBF", u"\xDBFF\xDFFF", true},
         {"\xF4\x90\x80\x80x", u"x", false},                             // above the last character
         {"a\x80\xBF\xFF\xFE\xF8z", u"az", false},                       // nothing begins with these
+        {"a\xF8\x88\x80\x80\x80z", u"az", false},                      // no longer form was ever agreed on
         {"\xC3(", u"(", false},                                         // ( does not continue, and is itself
         {"\xE2\x82\xC3\xA4", u"\u00E4", false},
         {"\xE2\x82", u"", false},                                       // cut by the end

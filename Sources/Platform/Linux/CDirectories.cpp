@@ -88,8 +88,10 @@ std::string CDirectories::module()
     // a path. The list has an empty name for it.
     CModuleSearch search{reinterpret_cast<std::uintptr_t>(&visitModule), false, {}};
     dl_iterate_phdr(&visitModule, &search);
+    if (search.name.empty())
+        search.name = "/proc/self/exe";
     char resolved[PATH_MAX];
-    if (!search.isFound || ::realpath(search.name.empty() ? "/proc/self/exe" : search.name.c_str(), resolved) == nullptr)
+    if (!search.isFound || ::realpath(search.name.c_str(), resolved) == nullptr)
         return {};
     const std::string path = resolved;
     return path.substr(0, path.rfind('/') + 1);
