@@ -18,7 +18,9 @@ CError CAudioProcessWiring::init(const CAudioProcessDef& definition, const CStri
     {
         if (child->traits().isPrototype)
             continue;
-        const CStringBuf name = child->name();
+        // A repeated name has come out of the tree with an index behind "#"; no link and no preset could mean it.
+        const CStringBuf indexedName = child->name();
+        const CStringBuf name = indexedName.substr(0, indexedName.findChar(u'#'));
         if (std::ranges::find(names, name) != names.end())
             return KOR_FAIL("Duplicate audio process name '%1'.", name);
         names.push_back(name);

@@ -142,6 +142,12 @@ public:
     std::unique_ptr<CAudioProcessBase> createObject() const override { return std::make_unique<CBrokenProcess>(); }
 };
 
+class CTimerDef : public CAudioProcessDefBase
+{
+public:
+    std::unique_ptr<CAudioProcessBase> createObject() const override { return std::make_unique<CTimerProcess>(); }
+};
+
 /// A terminal definition that makes a container.
 class CWrongDef : public CAudioProcessDefBase
 {
@@ -163,6 +169,7 @@ void addTypes()
     addTestType(creatorRow<CTestDef<CMaxModule>>("test:max"));
     addTestType(creatorRow<CTestDef<CUnboundModule>>("test:unbound"));
     addTestType(creatorRow<CBrokenDef>("test:broken"));
+    addTestType(creatorRow<CTimerDef>("test:timer"));
     addTestType(creatorRow<CWrongDef>("test:wrong"));
 }
 

@@ -21,7 +21,8 @@ using CAttrs = std::vector<std::pair<std::string, std::string>>;
 // test:delay (by the parameter `samples`, slot 0, reported as latency), test:memory (out = in + gain x last out),
 // test:ports (out = in0 + 10 in1 + 100 in2), test:pass (passes the port in parameter `port`, slot 0, as it stands),
 // test:max (with is-terminal-whole: all channels get the largest of their samples, times `gain`, in one buffer),
-// test:unbound (asks for slot 7, which it does not have).
+// test:unbound (asks for slot 7, which it does not have). Without a module: test:broken (fails to start), test:wrong (makes
+// a container of a definition that is none), test:timer (see CTimerProcess).
 CTreeNode node(const char* tag, const char* name, CAttrs attrs = {}, std::vector<CTreeNode> children = {});
 CTreeNode process(const char* name, CAttrs attrs, std::vector<CTreeNode> children);
 CTreeNode autoProcess(const char* name, std::vector<CTreeNode> children);
@@ -71,6 +72,24 @@ public:
 
 private:
     const CAudioParamStorage* slot = nullptr;
+};
+
+/// Passes its input on; once started, a countdown has update() called in every block.
+class CTimerProcess : public CAudioProcessBase
+{
+public:
+    void update() override
+    {
+        ++updates;
+        hasEnded |= flag;
+    }
+    void count(double seconds) { startTimer(seconds, flag); }
+
+    int updates = 0;
+    bool hasEnded = false;
+
+private:
+    bool flag = false;
 };
 
 using CSignal = std::vector<double>;

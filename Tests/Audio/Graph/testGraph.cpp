@@ -316,6 +316,31 @@ TEST(Graph, UnconcernedModulesKeepTheirMemory)
     EXPECT_EQ(bench.host.outputCount(), 1);
 }
 
+// 100 samples at 48 kHz: every block calls update until they have gone by, whatever the blocks, and once more then.
+TEST(Graph, TimersCountAudio)
+{
+    struct Case
+    {
+        int block;
+        int updates;
+    };
+    for (const Case& c : {Case{1, 100}, {10, 10}, {30, 4}, {100, 1}, {512, 1}})
+    {
+        CGraphBench bench(autoProcess("main", {node("test:timer", "t")}));
+        bench.start({0});
+        auto& timer = dynamic_cast<CTimerProcess&>(*bench.find("t"));
+        timer.updates = 0;
+        timer.count(50.0 / 48000.0);
+        timer.count(99.9 / 48000.0);            // prolongs the one that runs
+        bench.run(constant(c.block * (c.updates - 1) + 1, 1.0), c.block);
+        EXPECT_FALSE(timer.hasEnded) << c.block;
+        bench.run(constant(3 * c.block, 1.0), c.block);
+        EXPECT_TRUE(timer.hasEnded) << c.block;
+        bench.run(constant(3 * c.block, 1.0), c.block);
+        EXPECT_LE(timer.updates, c.updates + 2) << c.block;
+    }
+}
+
 TEST(Graph, GoesOnWithoutWhatCannotBeMade)
 {
     struct Case

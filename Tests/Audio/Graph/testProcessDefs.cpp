@@ -74,7 +74,8 @@ TEST(ProcessDefs, BadGraphsFailWhenTheyAreMade)
         const char* message;
     };
     const Case cases[] = {
-        {process("main", {}, {node("test:ports", "a"), node("audio:modNode", "a#")}), ""},
+        {process("main", {}, {node("test:ports", "a"), node("audio:modNode", "b")}), ""},
+        {process("main", {}, {node("test:ports", "a"), node("audio:modNode", "a")}), "Duplicate audio process name 'a'."},
         {node("test:wrong", "main"), "Audio process def of invalid class supplied."},
         {autoProcess("main", {node("test:broken", "a")}), "broken on purpose"},
         {process("main", {}, {node("test:ports", "a"), node("test:ports", "b"), link("*", "a"), link("a", "b"),
