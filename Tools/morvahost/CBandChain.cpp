@@ -103,13 +103,16 @@ std::vector<double> CBandChain::drawnFrequencies(double lowHz, double highHz, in
     for (int i = 0; i < points; ++i)
         list.push_back(lowHz * std::pow(highHz / lowHz, i / (points - 1.0)));
     list.back() = highHz;
+    // A comb repeats its filter at whole multiples, a section for each.
     for (const CBand& band : bands)
-        for (int step = -16; step <= 16; ++step)
-        {
-            const double hz = band.frequencyHz * std::exp2(band.bandwidthOctaves * step / 8.0);
-            if (hz > lowHz && hz < highHz)
-                list.push_back(hz);
-        }
+        for (std::size_t multiple = 1; multiple <= design(band).stages().size(); ++multiple)
+            for (int step = -16; step <= 16; ++step)
+            {
+                const double hz = static_cast<double>(multiple) * band.frequencyHz *
+                                  std::exp2(band.bandwidthOctaves * step / 8.0);
+                if (hz > lowHz && hz < highHz)
+                    list.push_back(hz);
+            }
     std::sort(list.begin(), list.end());
     list.erase(std::unique(list.begin(), list.end()), list.end());
     return list;

@@ -93,9 +93,33 @@ double CCurvePlot::y(double db) const
 
 std::string CCurvePlot::line(const std::vector<double>& db) const
 {
-    std::string path;
+    std::vector<double> px;
+    std::vector<double> py;
     for (std::size_t i = 0; i < db.size(); ++i)
-        path += (i == 0 ? "M" : "L") + fixed(x(curve.frequenciesHz[i])) + " " + fixed(y(db[i]));
+    {
+        px.push_back(x(curve.frequenciesHz[i]));
+        py.push_back(y(db[i]));
+    }
+    // Leaves out what a straight line between its neighbours shows as well: most of a curve is flat.
+    constexpr double invisible = 0.02;
+    const auto isStraight = [&](std::size_t from, std::size_t to)
+    {
+        for (std::size_t i = from + 1; i < to; ++i)
+        {
+            const double share = (px[i] - px[from]) / (px[to] - px[from]);
+            if (std::abs(py[from] + share * (py[to] - py[from]) - py[i]) > invisible)
+                return false;
+        }
+        return true;
+    };
+    std::string path = "M" + fixed(px[0]) + " " + fixed(py[0]);
+    std::size_t kept = 0;
+    for (std::size_t i = 1; i < px.size(); ++i)
+        if (i + 1 == px.size() || !isStraight(kept, i + 1))
+        {
+            path += "L" + fixed(px[i]) + " " + fixed(py[i]);
+            kept = i;
+        }
     return path;
 }
 
