@@ -6,8 +6,8 @@
 namespace kor
 {
 
-// The second-order designs of the Audio EQ Cookbook of R. Bristow-Johnson (`audio:fltgen-rbj`). Poles and zeros stand at
-// the digital frequency, without further warping. Above half the sample rate a band is no band: no stage; exactly at
+// The second-order designs of the Audio EQ Cookbook of R. Bristow-Johnson (`audio:fltgen-rbj`). Poles and zeros stand
+// at the digital frequency, without further warping. Above half the sample rate a band is no band: no stage; exactly at
 // half the rate it still designs.
 class CAudioFilterRBJGen : public CAudioFilterGen
 {

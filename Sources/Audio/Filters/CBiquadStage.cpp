@@ -11,7 +11,8 @@ namespace
 {
 
 // A design at exactly half the rate has both poles at z = -1, on top of its zeros: the output is right, and the memory
-// grows without bound while it runs. Nothing can be faded out of such a memory.
+// grows without bound while it runs. Nothing can be faded out of such a memory, and coefficients that leave from there
+// would take the poles along the circle without damping: the new filter starts on its own.
 bool growsAtHalfRate(const CBiquadCoefficients& c) noexcept
 {
     const double alpha = (1.0 - c.a2) / (1.0 + c.a2);
@@ -50,15 +51,16 @@ void CBiquadStage::update(const CBiquadCoefficients& coefficients) noexcept
 
 void CBiquadStage::startFade() noexcept
 {
-    if (growsAtHalfRate(current))
+    const bool startsAnew = growsAtHalfRate(current);
+    if (startsAnew)
         memory = {};
     oldSide = side;
     oldMemory = memory;
     oldStep = biquadStep(current, oldSide);
     side = biquadSide(target);
     memory = biquadMemoryFor(memory, oldSide, side);
-    fromStep = biquadStep(current, side);
     toStep = biquadStep(target, side);
+    fromStep = startsAnew ? toStep : biquadStep(current, side);
     fade.start();
 }
 
@@ -72,7 +74,7 @@ void CBiquadStage::process(const double* in, double* out, int count) noexcept
         out += run;
         count -= run;
         if (fade.remaining > 0)
-            return;
+            break;
         current = target;
         if (hasPending)
         {
@@ -85,6 +87,15 @@ void CBiquadStage::process(const double* in, double* out, int count) noexcept
     }
     if (count > 0)
         processBiquad(block, memory, in, out, count);
+    dropUnusableMemory();
+}
+
+void CBiquadStage::dropUnusableMemory() noexcept
+{
+    if (!std::isfinite(memory.w + memory.d))
+        memory = {};
+    if (!std::isfinite(oldMemory.w + oldMemory.d))
+        oldMemory = {};
 }
 
 void CBiquadStage::processFade(const double* in, double* out, int count) noexcept

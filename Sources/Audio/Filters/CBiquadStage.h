@@ -20,10 +20,13 @@ public:
     CBiquadStage(const CBiquadCoefficients& coefficients, double sampleRate) noexcept;
 
     void update(const CBiquadCoefficients& coefficients) noexcept;
+
+    /// A sample that is not finite spoils the rest of its block, and the next begins with empty memory.
     void process(const double* in, double* out, int count) noexcept;
 
 private:
     void startFade() noexcept;
+    void dropUnusableMemory() noexcept;
     void processFade(const double* in, double* out, int count) noexcept;
 
     CBiquadBlock block;                     // of `current`

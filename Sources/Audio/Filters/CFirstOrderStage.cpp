@@ -40,7 +40,7 @@ void CFirstOrderStage::process(const double* in, double* out, int count) noexcep
         out += run;
         count -= run;
         if (fade.remaining > 0)
-            return;
+            break;
         current = target;
         if (hasPending)
         {
@@ -57,7 +57,7 @@ void CFirstOrderStage::process(const double* in, double* out, int count) noexcep
         state += (x - state) * c.k;
         out[i] = c.direct * x + c.smoothed * state;
     }
-    s = state;
+    s = std::isfinite(state) ? state : 0.0;     // a bad sample does not stay for ever
 }
 
 void CFirstOrderStage::processFade(const double* in, double* out, int count) noexcept

@@ -2,6 +2,7 @@
 #include "Audio/Filters/CHalfBandStage.h"
 
 #include <algorithm>
+#include <cmath>
 #include <new>
 
 namespace kor
@@ -47,6 +48,11 @@ void CHalfBandStage<count>::process(const double* in, double* out, int samples) 
     }
     position = now;
     delayed = late;
+    if (samples > 0 && !std::isfinite(out[samples - 1] + late))     // a bad sample does not stay for ever
+    {
+        std::fill_n(&rings[0][0][0], 2 * (count + 1) * 4, 0.0);
+        delayed = 0.0;
+    }
 }
 
 namespace

@@ -47,22 +47,4 @@ CAudioFilterGen& CGeneratorTree::fromCase(const nlohmann::json& in)
     return serial;
 }
 
-CAudioFilterSpec design(const CAudioFilterGen& generator, double sampleRate, double frequency, double gain,
-                        double bandwidth, const CDCDAWFilterWorkspace* workspace)
-{
-    CAudioFilterParamNames names;
-    for (const char* name : {"freq", "gain", "bw"})
-        names.add(name);
-    const double values[] = {frequency, gain, bandwidth};
-    CAudioFilterSpec spec;
-    generator.generate(spec, sampleRate, {names, values}, workspace);
-    return spec;
-}
-
-CAudioFilterSpec designCase(const CAudioFilterGen& generator, const nlohmann::json& in,
-                            const CDCDAWFilterWorkspace* workspace)
-{
-    return design(generator, in.at("sr"), in.at("freq"), in.value("gain", 1.0), in.value("bw", 1.0), workspace);
-}
-
 }

@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "Audio/Filters/CAudioFilterGen.h"
-#include "Audio/Filters/CDCDAWFilterWorkspace.h"
+#include "Audio/Filters/DesignCases.h"
 #include "Audio/Filters/FilterCreators.h"
 #include "Support/CTestTree.h"
-#include "Support/ReferenceCases.h"
 
 #include <utility>
 #include <vector>
@@ -58,13 +56,5 @@ public:
 private:
     CTestTree tree;
 };
-
-/// Designs with the values `freq`, `gain`, `bw` of a case.
-CAudioFilterSpec designCase(const CAudioFilterGen& generator, const nlohmann::json& in,
-                            const CDCDAWFilterWorkspace* workspace);
-
-/// Designs with these three values.
-CAudioFilterSpec design(const CAudioFilterGen& generator, double sampleRate, double frequency, double gain,
-                        double bandwidth, const CDCDAWFilterWorkspace* workspace = nullptr);
 
 }

@@ -14,37 +14,6 @@ namespace
 
 using nlohmann::json;
 
-int kindId(const json& kind)
-{
-    if (kind.is_number())
-        return kind.get<int>();
-    return kind == "lp1"   ? filterKind::firstOrderLowPass
-           : kind == "hp1" ? filterKind::firstOrderHighPass
-                           : filterKind::firstOrderHighPassGain;
-}
-
-void expectDesign(const json& one, const CAudioFilterSpec& spec)
-{
-    const json& out = one.at("out");
-    EXPECT_EQ(spec.latency, out.at("latency").get<int>()) << caseName(one);
-    ASSERT_EQ(spec.stages().size(), out.at("stages").size()) << caseName(one);
-    for (std::size_t i = 0; i < spec.stages().size(); ++i)
-    {
-        const CAudioFilterStage& stage = spec.stages()[i];
-        const json& want = out.at("stages").at(i);
-        expectNumbers(one, stage.numerator, want.at("num"), "numerator of stage " + std::to_string(i));
-        expectNumbers(one, stage.denominator, want.at("den"), "denominator of stage " + std::to_string(i));
-        ASSERT_NE(stage.kind, nullptr) << caseName(one);
-        EXPECT_EQ(stage.kind->id, kindId(want.at("kind"))) << caseName(one);
-    }
-    if (!out.contains("db"))
-        return;
-    std::vector<double> db;
-    for (const json& frequency : one.at("in").at("freqs"))
-        db.push_back(filterMagnitudeDb(spec, frequency, one.at("in").at("sr")));
-    expectSequence(one, db, out.at("db"), decibelTolerance, "dB");
-}
-
 bool needsTree(const json& one)
 {
     return one.at("in").at("gen") == "named" || one.at("in").at("gen") == "mode";

@@ -345,11 +345,12 @@ TEST(Stages, ForgetTheMemoryOfHalfTheRate)
 {
     CGeneratorTree tree;
     for (const char* type : {"0", "1", "4", "7", "8"})
-        for (const double bandwidth : {0.01, 1.0, 7.0})
+        for (const auto& [target, bandwidth] :
+             {std::pair{9000.0, 0.01}, {9000.0, 7.0}, {1000.0, 0.1}, {1000.0, 2.5}})
         {
             const CAudioFilterGen& generator = tree.need("audio:fltgen-rbj", {{"type", type}, {"is-type2", "true"}});
             const CBiquadCoefficients from = coefficientsOf(design(generator, 48000.0, 24000.0, 2.0, bandwidth));
-            const CBiquadCoefficients to = coefficientsOf(design(generator, 48000.0, 9000.0, 2.0, bandwidth));
+            const CBiquadCoefficients to = coefficientsOf(design(generator, 48000.0, target, 2.0, bandwidth));
             CRunningStage stage(filterKind::biquad, rowOf(from), 48000.0);
             CRunningStage fresh(filterKind::biquad, rowOf(to), 48000.0);
             const CSamples in = noise(5 * 48000);
@@ -367,8 +368,31 @@ TEST(Stages, ForgetTheMemoryOfHalfTheRate)
                     largest = std::max(largest, std::abs(v));
                 return largest;
             };
-            EXPECT_LE(peak(moved), 2.0 * std::max(peak(out), peak(settled))) << type << " " << bandwidth;
+            EXPECT_LE(peak(moved), 2.0 * std::max(peak(out), peak(settled))) << type << " " << target << " " << bandwidth;
         }
+}
+
+TEST(Stages, RecoverFromBadSamples)
+{
+    const std::pair<int, CSamples> rows[] = {
+        {filterKind::biquad, {0.02, 0.04, 0.02, -1.6, 0.68}},
+        {filterKind::firstOrderHighPass, {0.9, -0.9, -0.9}},
+        {filterKind::halfBand1 + 1, {0.04, 0.39, 0.1, 0.6}},
+    };
+    for (const auto& [kind, row] : rows)
+        for (const double bad : {static_cast<double>(NAN), static_cast<double>(INFINITY)})
+            for (const bool inFade : {false, true})
+            {
+                CRunningStage stage(kind, row, 48000.0);
+                CSamples in = noise(20000);
+                in[1000] = bad;
+                CUpdates updates;
+                if (inFade)
+                    updates.emplace_back(900, row);
+                const CSamples out = run(stage, in, updates, fixedCut(100));
+                for (std::size_t i = 1100; i < in.size(); ++i)
+                    ASSERT_TRUE(std::isfinite(out[i])) << kind << " " << bad << " at " << i;
+            }
 }
 
 TEST(Stages, UpdateAndRunWithoutTouchingTheHeap)

@@ -1,0 +1,214 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Audio/Filters/CFirDesign.h"
+#include "Audio/Graph/CAudioGraphContext.h"
+#include "Audio/Graph/CAudioProcessDefBase.h"
+#include "ProcessTestKit.h"
+#include "Support/ReferenceCases.h"
+
+#include <algorithm>
+
+namespace kor::test
+{
+
+namespace
+{
+
+// A response of a test's own, as a generator.
+class CTapsGen : public CAudioFilterGen
+{
+public:
+    static CSignal& taps()
+    {
+        static CSignal values;
+        return values;
+    }
+    void generate(CAudioFilterSpec& spec, double, const CAudioFilterParams&,
+                  const CDCDAWFilterWorkspace*) const override
+    {
+        if (!taps().empty())
+            spec.addStage(nullptr).numerator.assign(taps().begin(), taps().end());
+    }
+};
+
+CTreeNode node(const char* tag, const char* name, std::vector<std::pair<std::string, std::string>> attrs = {},
+               std::vector<CTreeNode> children = {})
+{
+    return {tag, name, std::move(attrs), std::move(children), {}};
+}
+
+CTreeNode param(const char* name, int slot, double value, std::vector<CTreeNode>& into)
+{
+    into.push_back(node("audio:param", name,
+                        {{"is-global", "true"}, {"converter", "shared::cvt.real"}, {"min-values", "-100000"},
+                         {"max-values", "100000"}, {"def-values", CStringBuf::fromDouble(value).toUtf8()}}));
+    return node("audio:param-alloc", (std::string("alloc-") + name).c_str(),
+                {{"param-name", name}, {"index", std::to_string(slot)}});
+}
+
+// A graph that is one FIR module. Generators: 0 none, 1 the taps, 2 the low-pass, 3 two low-passes, 4 a biquad.
+class CFirBench
+{
+public:
+    explicit CFirBench(const char* isSmooth = "false", const char* array = "/gens") : tree(make(isSmooth, array), {})
+    {
+    }
+
+    CRunningGraph& start(double rate = 48000.0)
+    {
+        graph = std::make_unique<CRunningGraph>(
+            dynamic_cast<const CAudioProcessDefBase&>(*tree.shared().findObject("main")), "main");
+        graph->start(rate);
+        return *graph;
+    }
+
+    CTestTree tree;
+    std::unique_ptr<CRunningGraph> graph;
+
+    static CTreeNode make(const char* isSmooth, const char* array)
+    {
+        addAllTypes();
+        addTestType(creatorRow<CTapsGen>("test:fltgen-taps"));
+        std::vector<CTreeNode> parts;
+        const std::pair<const char*, double> params[] = {{"index", 1.0},      {"length", 0.005736961451247165},
+                                                         {"freq", 10788.0},   {"power", 1.0},
+                                                         {"latency", 7.0},    {"fixsr", 0.0}};
+        int slot = 0;
+        for (const auto& [name, value] : params)
+            parts.push_back(param(name, slot++, value, parts));
+        const auto item = [](const char* index, const char* path)
+        { return node("audio:fltgen-array-item", index, {{"index", index}, {"fltgen", path}}); };
+        CTreeNode shared;
+        shared.children = {
+            node("core:object", "cvt", {}, {node("audio:cvt-real", "real")}),
+            node("test:fltgen-taps", "taps"),
+            node("audio:fltgen-firlp", "lowpass"),
+            node("audio:fltgen-serial", "two", {},
+                 {node("audio:fltgen-serial-item", "0", {{"fltgen", "/lowpass"}, {"adjust", ""}}),
+                  node("audio:fltgen-serial-item", "1", {{"fltgen", "/lowpass"}, {"adjust", ""}})}),
+            node("audio:fltgen-lphp1", "first", {{"type", "0"}}),
+            node("audio:fltgen-array", "gens", {},
+                 {item("1", "/taps"), item("2", "/lowpass"), item("3", "/two"), item("4", "/first")}),
+            node("audio:modFilterFIR", "main",
+                 {{"gen-array", array}, {"xfade-length", "0.015"}, {"is-smooth-update", isSmooth}}, std::move(parts)),
+        };
+        return shared;
+    }
+};
+
+}
+
+TEST(FilterFIR, RunsReferenceCases)
+{
+    for (const nlohmann::json& one : referenceCases("fir", "fir_process"))
+        for (const std::size_t block : {512u, 1u, 37u})
+        {
+            CTapsGen::taps() = referenceSignal(one.at("in").at("taps"));
+            CFirBench bench;
+            CRunningGraph& graph = bench.start();
+            graph.set("latency", one.at("in").at("latency"));
+            graph.restart();
+            const CSignal out = graph.run(referenceSignal(one.at("in").at("input")), block);
+            expectSequence(one, strided(one, out), one.at("out"), sampleTolerance);
+        }
+}
+
+TEST(FilterFIR, ReportsItsLatency)
+{
+    CTapsGen::taps() = {1.0};
+    const struct
+    {
+        int index;
+        double latency, fixedRate, rate;
+        int want;
+    } rows[] = {
+        {0, 7, 0, 48000, 0},                // no generator: the input passes
+        {1, 7, 0, 48000, 128},
+        {1, 2, 0, 48000, 16},               // never below 16 samples
+        {2, 7, 1, 96000, 258 + 128},        // as at 44100 Hz
+        {2, 7, 0, 44100, 258 + 128},
+        {2, 5, 1, 44100, 258 + 32},
+        {4, 7, 0, 48000, 0},                // no FIR filter
+    };
+    for (const auto& row : rows)
+    {
+        CFirBench bench;
+        CRunningGraph& graph = bench.start(row.rate);
+        graph.set("index", row.index);
+        graph.set("latency", row.latency);
+        graph.set("fixsr", row.fixedRate);
+        graph.host.prime();
+        EXPECT_EQ(graph.host.latency(), row.want) << row.index << " " << row.latency << " " << row.rate;
+    }
+}
+
+TEST(FilterFIR, KeepsTheShapeOfAFixedRate)
+{
+    CFirBench bench;
+    CRunningGraph& graph = bench.start(96000.0);
+    graph.set("index", 2);
+    graph.set("fixsr", 1);
+    graph.restart();
+    CFirDesign design;
+    ASSERT_TRUE(designFirLowPass({44100.0, 0.005736961451247165, 10788.0, 1.0}, design));
+    // A warm start on silence, so the impulse comes a sample later.
+    CSignal in(2000);
+    in[1] = 1.0;
+    const CSignal out = graph.run(in);
+    for (std::size_t i = 0; i < design.taps.size(); ++i)
+        ASSERT_NEAR(out[i + 1 + 128], design.taps[i], 1e-12) << i;
+}
+
+TEST(FilterFIR, StartsOnAnOffsetWithoutAStep)
+{
+    CFirBench bench;
+    CRunningGraph& graph = bench.start();
+    graph.set("index", 2);
+    graph.restart();
+    const CSignal out = graph.run(CSignal(3000, 0.7));
+    EXPECT_LT(largestStep(out), 1e-9);
+    EXPECT_NEAR(out[0], 0.7, 1e-3);
+}
+
+TEST(FilterFIR, RefusesToCombineAndPlaysOn)
+{
+    CTapsGen::taps() = {0.5};
+    CFirBench bench;
+    CRunningGraph& graph = bench.start();
+    graph.run(CSignal(512, 1.0));
+    graph.set("index", 3);
+    const CSignal out = graph.run(CSignal(512, 1.0));
+    EXPECT_NEAR(out.back(), 0.5, 1e-12);
+    const CError error = graph.host.context().takeError();
+    EXPECT_EQ(error.message(), "FIR filter combining was not implemented yet!");
+}
+
+// A module that has sounded before and comes back starts from what it hears now, not from what it heard then.
+TEST(FilterFIR, ForgetsWhenItIsUsedAgain)
+{
+    CTapsGen::taps() = CSignal(600, 1.0 / 600.0);
+    CFirBench bench("true");
+    CRunningGraph& graph = bench.start();
+    graph.run(CSignal(4800, 1.0));
+    for (const double index : {0.0, 1.0, 0.0, 1.0})
+    {
+        graph.set("index", index);
+        const CSignal out = graph.run(CSignal(4800, -1.0));
+        EXPECT_NEAR(out.back(), -1.0, 1e-9) << index;
+    }
+    graph.set("index", 0);
+    graph.run(CSignal(4800, 1.0));
+    graph.set("index", 1);
+    EXPECT_LT(difference(graph.run(CSignal(4800, 1.0)), CSignal(4800, 1.0)), 1e-9);
+}
+
+TEST(FilterFIR, NeedsItsGenerators)
+{
+    for (const char* path : {"/nowhere", "/taps", ""})
+    {
+        const CTestTree tree(CTreeNode{}, CFirBench::make("false", path));
+        EXPECT_NE(tree.loadFailure().find("The 'gen-array' '" + std::string(path) + "' not found."), std::string::npos)
+            << tree.loadFailure();
+    }
+}
+
+}
