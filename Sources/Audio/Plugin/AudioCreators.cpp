@@ -5,6 +5,7 @@
 #include "Audio/Graph/GraphCreators.h"
 #include "Audio/Parameters/ParameterCreators.h"
 #include "Audio/Processes/ProcessCreators.h"
+#include "Core/CoreCreators.h"
 
 #include <vector>
 
@@ -18,7 +19,7 @@ std::span<const CCreatorRow> allCreators()
     {
         auto* all = new std::vector<CCreatorRow>;
         for (const std::span<const CCreatorRow> room :
-             {parameterCreators(), filterCreators(), graphCreators(), processCreators()})
+             {coreCreators(), parameterCreators(), filterCreators(), graphCreators(), processCreators()})
             all->insert(all->end(), room.begin(), room.end());
         return all;
     }();
