@@ -93,12 +93,16 @@ void prepareProcess()
 {
     if (CApplication::getSharedRoot() != nullptr)
         return;
-    CCreatorTable::registerCreator("core:object", []() -> CObject* { return new CObject; }, &CObject::initClass).ignore();
-    CCreatorTable::registerCreator("bench:knob", []() -> CObject* { return new CKnob; }, &CKnob::initClass).ignore();
+    const auto addType = [](const CStringBuf& tag, CObjectCreator creator, CClassInit init)
+    {
+        CCreatorTable::registerCreator(tag, creator, init).ignore();
+    };
+    const CObjectCreator plain = []() -> CObject* { return new CObject; };
+    addType("core:object", plain, &CObject::initClass);
+    addType("bench:knob", []() -> CObject* { return new CKnob; }, &CKnob::initClass);
     // The real table has about 145 rows.
     for (int i = 0; i < 145; ++i)
-        CCreatorTable::registerCreator("ui:filler-"_s + CStringBuf::fromInt(i), []() -> CObject* { return new CObject; },
-                                       &CObject::initClass).ignore();
+        addType("ui:filler-"_s + CStringBuf::fromInt(i), plain, &CObject::initClass);
     CApplication::initSharedObject("").ignore();
 }
 

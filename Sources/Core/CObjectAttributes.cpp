@@ -202,11 +202,8 @@ CError CObject::onSourceAttrChanged(CObject&, const CStringBuf& attrName, CAttrV
 {
     if (refusesChanges() || attrName.isEmpty())
         return {};
-    // The source's value is expanded already, and what braces it still holds are text.
     CAttrValue& own = attrs[attrName];
-    own.setValue(value);
-    if (own.type() == CAttrValue::Type::string)
-        own.flags |= CAttrValue::plainText;
+    own.setValue(value);        // expanded already, in the source's place
     return valueStored(attrName, own, true);
 }
 

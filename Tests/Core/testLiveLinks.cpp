@@ -82,7 +82,7 @@ TEST_F(LiveLinks, FindTheirSourceAndFollowIt)
             {"core:object", "inner", {}, {follower("byName", "{*near x}"), follower("byPath", "{*/^^ x}"),
                                           follower("mixed", "<{*/near x}>"), follower("absent", "{*near none}"),
                                           follower("oneWord", "{*near}"), follower("noSource", "{*gone x}"),
-                                          follower("self", "{*/. v}"), follower("scheme", "{*near scheme}")}},
+                                          follower("self", "{*/. w}"), follower("scheme", "{*near scheme}")}},
         }},
     };
     CTestTree tree(root);
@@ -97,6 +97,8 @@ TEST_F(LiveLinks, FindTheirSourceAndFollowIt)
     EXPECT_EQ(taken(), "absent=appears ");
     set(tree, "box.near", "scheme", "later");
     EXPECT_EQ(taken(), "scheme=later ");
+    set(tree, "box.inner.self", "w", "own");
+    EXPECT_EQ(taken(), "");
     set(tree, "box.near", "x", "{?x}{/near x}");
     EXPECT_EQ(taken(), "byName=newn ");
 }

@@ -217,7 +217,8 @@ TEST_F(Templates, FailureInAnyStageDestroysTheChild)
         {
             CTestTree tree(root);
             CStaged* made = nullptr;
-            EXPECT_EQ(tree.root().createChild(made, "t", "bad", true).message(), std::string("Failed in ") + stage + ".");
+            EXPECT_EQ(tree.root().createChild(made, "t", "bad", true).message(),
+                      std::string("Failed in ") + stage + ".");
             EXPECT_EQ(tree.find("bad"), nullptr);
             EXPECT_EQ(made, nullptr);
         }
@@ -248,11 +249,11 @@ TEST_F(Templates, UnknownTypesAreLogged)
     for (const char* tag : {"no:such-type", "content", "appdata", "core:shortcut"})
         root.children.push_back({tag, "n"});
     root.children.push_back({"template", "t", {}, {}, "no:base"});
-    CTestTree tree(root);
     CLines log;
+    CTestTree tree(root);
     CObject* made = nullptr;
     ASSERT_TRUE(succeeded(tree.at("n").createChild(made, "t", "x", true)));
-    EXPECT_EQ(log.lines, "Creating CObject 'x' (tag 'no:base') // n\n");
+    EXPECT_EQ(log.lines, "Creating CObject 'n' (tag 'no:such-type')\nCreating CObject 'x' (tag 'no:base') // n\n");
     EXPECT_EQ(tree.at("n").tag(), "no:such-type"_s);
 
     EXPECT_EQ(CCreatorTable::registerCreator("test:staged", nullptr, nullptr).message(),

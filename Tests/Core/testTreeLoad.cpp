@@ -149,7 +149,8 @@ TEST(TreeLoad, MemoryAndFileGiveTheSameTree)
         CObject::destroy(loaded->root->findObject("big"));
         EXPECT_TRUE(succeeded(big->createChild(nested, "nested", "m", true)));
         EXPECT_EQ(describeTree(*small), "small(full-name=i;name=i;t=1;)");
-        EXPECT_EQ(describeTree(*nested), "nested(full-name=i#1.m;n=1;name=m;core:object(full-name=i#1.m.leaf;name=leaf;))");
+        EXPECT_EQ(describeTree(*nested),
+                  "nested(full-name=i#1.m;n=1;name=m;core:object(full-name=i#1.m.leaf;name=leaf;))");
     }
     delete file;
 }
@@ -278,7 +279,7 @@ TEST(TreeLoad, BodyMustBeAPlainNode)
     CTreeBytes::addU32(nodes, 5);
     nodes.insert(nodes.end(), {0, 0, 0, 0, 1});
     CTestTree tree;
-    CLoaded loaded(writer.assemble(nodes), true);
+    CLoaded loaded(writer.assemble(nodes), false);
     ASSERT_EQ(loaded.failure, "");
     CObject* made = nullptr;
     EXPECT_EQ(loaded.root->createChild(made, "t", "i", true).message(), "The body of a template is no plain node.");
@@ -324,7 +325,10 @@ TEST(TreeLoad, DamagedBytesNeverCrashOrHang)
     const unsigned seed = isLong ? std::random_device{}() : 20240517;
     RecordProperty("seed", std::to_string(seed));
     std::mt19937 random(seed);
-    const auto below = [&random](std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random); };
+    const auto below = [&random](std::size_t limit)
+    {
+        return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random);
+    };
 
     CTestTree tree;
     const CBytes good = CTreeBytes::of(richTree());
