@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Core/CRoundingGuard.h"
 #include "Core/CApplicationData.h"
 #include "Core/CLog.h"
+#include "Core/CRoundingGuard.h"
 #include "Core/CWriteSeqBuffer.h"
 #include "Support/CFreshDataFolders.h"
 #include "Support/CTestTree.h"
