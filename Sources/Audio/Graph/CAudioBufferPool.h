@@ -16,7 +16,7 @@ struct alignas(16) CAudioSampleBuffer
     CAudioBufferPool* pool;
     CAudioSampleBuffer* nextFree;
     std::uint32_t sizeClass;
-    std::uint32_t capacity;             // doubles
+    std::uint32_t capacity; // doubles
     std::uint32_t useCount;
 
     double* samples() noexcept { return reinterpret_cast<double*>(this + 1); }
@@ -56,8 +56,9 @@ private:
 };
 
 // The sample buffers of one instance. A size class is (bytes - 1) >> 9: classes 0 to 63 hold exact multiples of 512
-// bytes, so up to 512 samples behind an eightfold upsampler; class 64 holds anything larger. Free buffers wait on a list per
-// class, so that the steady state allocates nothing. Audio thread only. All references must be gone before the pool.
+// bytes, so up to 512 samples behind an eightfold upsampler; class 64 holds anything larger. Free buffers wait on a
+// list per class, so that the steady state allocates nothing. Audio thread only. All references must be gone before the
+// pool.
 class CAudioBufferPool
 {
 public:

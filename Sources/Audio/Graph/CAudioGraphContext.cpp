@@ -19,7 +19,7 @@ void CAudioGraphContext::enterDefinitions(const CAudioProcessDefBase& definition
 
 void CAudioGraphContext::enterRemaps(const CAudioProcessDefBase& definition, const CStringBuf& nodeName, int depth)
 {
-    if (depth == maxDefinitionDepth)            // definitions that lead back to themselves
+    if (depth == maxDefinitionDepth) // definitions that lead back to themselves
         return;
     for (const CAudioParamRemapDef* remap : definition.paramRemaps())
     {
@@ -40,7 +40,7 @@ void CAudioGraphContext::enterParams(const CAudioProcessDefBase& definition, con
     for (const CAudioProcessDefBase::CNamedParam& param : definition.paramDefs())
     {
         const CStringBuf fullName = definition.expandName(param.name, nodeName);
-        if (remaps.contains(fullName))          // stands for another parameter; its own is never used
+        if (remaps.contains(fullName)) // stands for another parameter; its own is never used
             continue;
         if (param.definition->info().isGlobal)
             collector.defineParam(fullName, *param.definition);
@@ -69,8 +69,7 @@ CAudioParam& CAudioGraphContext::paramOf(const CStringBuf& fullName)
     if (CAudioParam* known = collector.findParam(fullName); known != nullptr && known->hasInfo())
         return *known;
     const auto local = localParams.find(fullName);
-    return local != localParams.end() ? collector.defineParam(fullName, *local->second)
-                                      : collector.getParam(fullName);
+    return local != localParams.end() ? collector.defineParam(fullName, *local->second) : collector.getParam(fullName);
 }
 
 void CAudioGraphContext::report(CError error)

@@ -56,7 +56,7 @@ private:
     void enterParams(const CAudioProcessDefBase& definition, const CStringBuf& nodeName, int depth);
 
     CMap<CStringBuf, CStringBuf> remaps;
-    CMap<CStringBuf, const CAudioParamDef*> localParams;        // definitions that are not global, by full name
+    CMap<CStringBuf, const CAudioParamDef*> localParams; // definitions that are not global, by full name
     CLock errorLock;
     CArray<CError> errors;
 };

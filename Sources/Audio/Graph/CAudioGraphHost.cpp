@@ -26,7 +26,7 @@ struct CAudioGraphHost::CImplementation
 {
     CAudioGraphContext context;
     CModOutputDef endDefinition;
-    CAudioOutput input;                             // what feeds the root's port 0
+    CAudioOutput input; // what feeds the root's port 0
     std::unique_ptr<CAudioProcessBase> root;
     std::unique_ptr<CAudioProcessBase> end;
 

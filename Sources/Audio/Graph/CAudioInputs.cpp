@@ -173,7 +173,7 @@ void CAudioInputs::placeDelays(CAudioFeed& feed)
                 pool, fade, isComp ? CDSPModDelay::CFill::firstSample : CDSPModDelay::CFill::silence);
         }
         if (delay != nullptr)
-            delay->setDelay(difference);        // one that has become 0 fades there and goes in takeDelayed
+            delay->setDelay(difference); // one that has become 0 fades there and goes in takeDelayed
     }
     for (int number = 0; number < maxPortChannels; ++number)
     {

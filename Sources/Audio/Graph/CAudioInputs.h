@@ -9,7 +9,7 @@ namespace kor
 /// What differs from the last view of a node's inputs.
 struct CAudioInputChange
 {
-    bool channels = false;              // channel numbers or groups of some port, or which ports are connected
+    bool channels = false; // channel numbers or groups of some port, or which ports are connected
     bool rate = false;
     bool latency = false;
 
@@ -23,8 +23,8 @@ class CAudioInputs
 public:
     explicit CAudioInputs(CAudioBufferPool& bufferPool);
 
-    bool isWeighted = false;            // mean of several sources instead of the sum
-    bool isComp = false;                // alignment delays start filled with the first sample
+    bool isWeighted = false; // mean of several sources instead of the sum
+    bool isComp = false; // alignment delays start filled with the first sample
 
     /// Port `index`, made if it is not there. Port 0 always is.
     CAudioPort& port(std::size_t index);
@@ -42,7 +42,7 @@ public:
     /// Clears the delay lines.
     void reset();
 
-    double sampleRate() const noexcept { return rateHz; }           // 1.0 without any source
+    double sampleRate() const noexcept { return rateHz; } // 1.0 without any source
     int latency() const noexcept { return largest; }
     int smallestLatency() const noexcept { return smallest; }
     int blockLength() const noexcept { return length; }
@@ -63,7 +63,7 @@ private:
     int smallest = 0;
     int length = 0;
     int capacity = 0;
-    CArray<CAudioChannel> lastView;     // all ports' channels without their latency, an entry before each port
+    CArray<CAudioChannel> lastView; // all ports' channels without their latency, an entry before each port
     CArray<CAudioChannel> nextView;
 };
 

@@ -65,10 +65,10 @@ public:
     virtual bool hasSameSettings(const CAudioModule& current) const;
 
     // Set by the terminal before registerParams().
-    int channel = 0;                // channel number, 0 to 15; 0 with is-terminal-whole
-    int group = 0;                  // whose values the module reads
+    int channel = 0; // channel number, 0 to 15; 0 with is-terminal-whole
+    int group = 0; // whose values the module reads
     int element = 0;
-    double sampleRate = 44100.0;    // hertz, of the node's input
+    double sampleRate = 44100.0; // hertz, of the node's input
 
 protected:
     /// The values of slot number `slot` (attribute `index` of the node's audio:param-alloc). Stays valid while the

@@ -18,8 +18,8 @@ public:
 
     int channel = 0;
     int group = 0;
-    bool isNew = false;                 // filled in this update
-    bool isWaiting = false;             // values have changed beyond what the running fades bring
+    bool isNew = false; // filled in this update
+    bool isWaiting = false; // values have changed beyond what the running fades bring
 
     void start(std::unique_ptr<CAudioModule> module);
 

@@ -17,12 +17,12 @@ class CAudioParamAllocDef;
 class CAudioParamSlot
 {
 public:
-    CStringBuf name;                                // as the definition names it
-    int index = -1;                                 // slot number of the node's code; -1: none
-    const CAudioParamAllocDef* alloc = nullptr;     // null when the node bound it by itself
+    CStringBuf name; // as the definition names it
+    int index = -1; // slot number of the node's code; -1: none
+    const CAudioParamAllocDef* alloc = nullptr; // null when the node bound it by itself
     CAudioParam* param = nullptr;
     CAudioParamStorage values;
-    std::uint32_t changeMask = 0;                   // bit per group
+    std::uint32_t changeMask = 0; // bit per group
 
     bool useAllGroups() const;
     bool isSmoothUpdate() const;

@@ -66,9 +66,7 @@ CAudioFeed::~CAudioFeed()
 void CAudioPort::setSources(std::span<CAudioOutput* const> sources)
 {
     const auto isUnchanged = [&]
-    {
-        return std::ranges::equal(feeds, sources, {}, [](const auto& feed) { return feed->source(); });
-    };
+    { return std::ranges::equal(feeds, sources, {}, [](const auto& feed) { return feed->source(); }); };
     if (isUnchanged())
         return;
 
@@ -76,8 +74,6 @@ void CAudioPort::setSources(std::span<CAudioOutput* const> sources)
     for (CAudioOutput* source : sources)
     {
         const auto hasSource = [source](const auto& feed) { return feed != nullptr && feed->source() == source; };
-        if (std::ranges::any_of(wanted, hasSource))
-            continue;
         const auto known = std::ranges::find_if(feeds, hasSource);
         if (known != feeds.end())
             wanted.push_back(std::move(*known));

@@ -16,9 +16,9 @@ class CDSPModDelay;
 /// What the graph knows of a channel beside its samples.
 struct CAudioChannel
 {
-    int number = 0;                     // 0 to 15
-    int group = 0;                      // channel group, 0 to 15
-    int latency = 0;                    // samples at the port's rate
+    int number = 0; // 0 to 15
+    int group = 0; // channel group, 0 to 15
+    int latency = 0; // samples at the port's rate
 
     friend bool operator==(const CAudioChannel&, const CAudioChannel&) = default;
 };
@@ -79,8 +79,8 @@ public:
     /// Null once the source has gone.
     CAudioOutput* source() const noexcept { return output; }
 
-    CArray<CAudioBufferRef> buffers;                                // by the source's channel index
-    std::unique_ptr<CDSPModDelay> delays[maxPortChannels];          // by channel number; null where none is needed
+    CArray<CAudioBufferRef> buffers; // by the source's channel index
+    std::unique_ptr<CDSPModDelay> delays[maxPortChannels]; // by channel number; null where none is needed
     unsigned seenGeneration = 0;
 
 private:
@@ -94,20 +94,22 @@ struct CAudioPortChannel
     struct CSource
     {
         CAudioFeed* feed;
-        std::size_t index;              // in the source's channels
+        std::size_t index; // in the source's channels
     };
 
     CAudioChannel channel;
     CArray<CSource> sources;
-    CAudioBufferRef buffer;             // after mixing; the node may take it
+    CAudioBufferRef buffer; // after mixing; the node may take it
 };
 
 // A receiving end: every source connected to one input of a node, and the channels that they make together.
 class CAudioPort
 {
 public:
-    /// Connects exactly these sources, in this order, each once; connections that stay keep their delays.
+    /// Connects exactly these sources, all different, in this order; connections that stay keep their delays.
     void setSources(std::span<CAudioOutput* const> sources);
+
+    /// Adds a source that is not connected yet.
     void connect(CAudioOutput& source);
     void disconnectAll() { setSources({}); }
 

@@ -38,7 +38,7 @@ private:
     {
         const CAudioProcessBypassStateDef* definition;
         CAudioParamSlot* param;
-        CAudioParamSlot* andParam;              // null without one
+        CAudioParamSlot* andParam; // null without one
         bool isTrue = false;
     };
 
@@ -53,9 +53,9 @@ private:
 
     CAudioProcessWiring wiring;
     CArray<CBypassState> states;
-    CArray<std::unique_ptr<CAudioOutput>> starts;       // the container's inputs as its nodes see them
-    std::unique_ptr<CAudioInputs> end;                  // the container's outputs as its nodes see them
-    CArray<std::unique_ptr<CAudioProcessBase>> nodes;   // by entry; null while not there
+    CArray<std::unique_ptr<CAudioOutput>> starts; // the container's inputs as its nodes see them
+    std::unique_ptr<CAudioInputs> end; // the container's outputs as its nodes see them
+    CArray<std::unique_ptr<CAudioProcessBase>> nodes; // by entry; null while not there
     CArray<CAudioProcessBase*> runList;
     bool isDirty = true;
     int rebuilds = 0;

@@ -15,14 +15,7 @@ namespace kor
 
 CAudioProcessBase::CAudioProcessBase() = default;
 
-CAudioProcessBase::~CAudioProcessBase()
-{
-    for (const auto& slot : paramSlots)
-    {
-        if (slot->param != nullptr)
-            slot->param->removeListener(*this, slot->values);
-    }
-}
+CAudioProcessBase::~CAudioProcessBase() = default;
 
 CError CAudioProcessBase::createProcess(std::unique_ptr<CAudioProcessBase>& out, const CAudioProcessDefBase& definition,
                                         CAudioGraphContext& context, const CAudioProcessPlace& place)
@@ -104,8 +97,8 @@ CAudioParamSlot& CAudioProcessBase::bindParam(const CStringBuf& relativeName)
 
 CAudioParamSlot* CAudioProcessBase::findSlot(int index) noexcept
 {
-    const auto found = std::ranges::find_if(
-        paramSlots, [index](const auto& slot) { return slot->alloc != nullptr && slot->index == index; });
+    const auto found = std::ranges::find_if(paramSlots, [index](const auto& slot)
+                                            { return slot->alloc != nullptr && slot->index == index; });
     return found != paramSlots.end() ? found->get() : nullptr;
 }
 

@@ -21,9 +21,9 @@ struct CAudioProcessPlace
     CStringBuf name;
     class CAudioProcessBase* parent = nullptr;
     int group = 0;
-    int element = 0;                    // without the definition's stack-index-shift
-    bool standsForGroup = false;        // the node or one above it is the instance of a single channel group
-    bool isInStack = false;             // the caller is the stack that wraps the definition
+    int element = 0; // without the definition's stack-index-shift
+    bool standsForGroup = false; // the node or one above it is the instance of a single channel group
+    bool isInStack = false; // the caller is the stack that wraps the definition
     bool isInMultiband = false;
 };
 
@@ -117,8 +117,8 @@ protected:
 
     CAudioOutput& addOutput();
 
-    CAudioInputChange change;           // of the inputs, for the time of update() and describeOutputs()
-    bool isConfigured = false;          // has run a block since it was made
+    CAudioInputChange change; // of the inputs, for the time of update() and describeOutputs()
+    bool isConfigured = false; // has run a block since it was made
 
     CArray<std::unique_ptr<CAudioParamSlot>> paramSlots;
 

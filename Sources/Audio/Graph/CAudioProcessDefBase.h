@@ -19,7 +19,7 @@ class CAudioProcessLinkDef;
 /// What every process definition says about its nodes, with the value of an absent attribute.
 struct CAudioProcessTraits
 {
-    bool isSmoothUpdate = false;        // every parameter change is crossfaded
+    bool isSmoothUpdate = false; // every parameter change is crossfaded
     bool isMultiband = false;
     CStringBuf multibandFreqParam;
     CStringBuf multibandCountParam;
@@ -27,16 +27,16 @@ struct CAudioProcessTraits
     CStringBuf multibandLp;
     CStringBuf multibandHp;
     bool isStacked = false;
-    CStringBuf stackParam;              // number of instances per group; empty: one
-    int stackIndexShift = 0;            // added to the stack index; 0 or more
+    CStringBuf stackParam; // number of instances per group; empty: one
+    int stackIndexShift = 0; // added to the stack index; 0 or more
     bool isChannelStack = false;
-    bool isTerminalWhole = false;       // one module for all channels
-    bool isPrototype = false;           // makes no node in its parent
-    bool isOutOfOrder = false;          // wired by links only
-    int bypassStateId = -1;             // -1: none
-    bool isWeightedInput = false;       // several sources are averaged, not summed
-    bool isCompInput = false;           // alignment delays start filled with the first sample
-    double xfadeLength = 0.015;         // seconds, as written; see fadeSamples
+    bool isTerminalWhole = false; // one module for all channels
+    bool isPrototype = false; // makes no node in its parent
+    bool isOutOfOrder = false; // wired by links only
+    int bypassStateId = -1; // -1: none
+    bool isWeightedInput = false; // several sources are averaged, not summed
+    bool isCompInput = false; // alignment delays start filled with the first sample
+    double xfadeLength = 0.015; // seconds, as written; see fadeSamples
 };
 
 // What a running node is made from: its traits and the definitions below it, sorted by kind. Immutable once its tree

@@ -14,7 +14,7 @@ public:
     struct CEnd
     {
         CStringBuf node;
-        int port = 0;                       // 0 to maxPort
+        int port = 0; // 0 to maxPort
 
         bool isContainer() const { return node.equals("*"); }
     };

@@ -53,7 +53,7 @@ void CAudioProcessTerminalBase::update()
     if (change.rate)
     {
         slots.clear();
-        spares.clear();                 // made for the old rate
+        spares.clear(); // made for the old rate
     }
     if (isRebuilt)
         rebuildSlots();
@@ -84,11 +84,9 @@ void CAudioProcessTerminalBase::rebuildSlots()
         slots.resize(channels.size());
         for (CAudioModuleSlot& old : oldSlots)
         {
-            const auto kept = std::ranges::find_if(channels,
-                                                   [&old](const CAudioPortChannel& entry) {
-                                                       return entry.channel.number == old.channel &&
-                                                              entry.channel.group == old.group;
-                                                   });
+            const auto kept = std::ranges::find_if(
+                channels, [&old](const CAudioPortChannel& entry)
+                { return entry.channel.number == old.channel && entry.channel.group == old.group; });
             if (kept != channels.end())
                 std::swap(slots[static_cast<std::size_t>(kept - channels.begin())], old);
             while (old.moduleCount() > 0)
@@ -127,7 +125,7 @@ void CAudioProcessTerminalBase::fillSlot(CAudioModuleSlot& slot, int channel, in
 
 void CAudioProcessTerminalBase::updateSlot(CAudioModuleSlot& slot, bool mustUpdate)
 {
-    if (slot.isNew)                     // has read everything already
+    if (slot.isNew) // has read everything already
     {
         slot.isNew = false;
         return;

@@ -66,16 +66,16 @@ private:
     void processWhole();
     void runWhole(CAudioModule& module, CArray<CAudioBufferRef>& results, bool mayWriteInPlace);
 
-    CArray<CAudioModuleSlot> slots;                     // by channel of port 0; one with is-terminal-whole
-    CArray<CAudioModuleSlot> oldSlots;                  // scratch of rebuildSlots
+    CArray<CAudioModuleSlot> slots; // by channel of port 0; one with is-terminal-whole
+    CArray<CAudioModuleSlot> oldSlots; // scratch of rebuildSlots
     CArray<std::unique_ptr<CAudioModule>> spares;
     bool fadeTimerEnded = false;
 
     // Of the block that runs.
-    CArray<const double*> inputPointers;                // port after port for every channel
+    CArray<const double*> inputPointers; // port after port for every channel
     std::size_t pointersPerChannel = 1;
     CArray<CAudioModuleRun> runs;
-    CArray<CAudioBufferRef> held;                       // inputs that are still read
+    CArray<CAudioBufferRef> held; // inputs that are still read
     CArray<CAudioBufferRef> wholeResults;
     CArray<CAudioBufferRef> wholeFresh;
     CArray<const double*> wholeIn;

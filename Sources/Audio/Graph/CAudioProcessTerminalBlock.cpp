@@ -158,7 +158,7 @@ void CAudioProcessTerminalBase::processWhole()
         const CAudioModuleFade fade = slot.fade(index);
         for (std::size_t c = 0; c < channelCount; ++c)
         {
-            slot.fade(index) = fade;            // all channels go through the same stretch of the fade
+            slot.fade(index) = fade; // all channels go through the same stretch of the fade
             mixInto(wholeResults[c], wholeFresh[c], slot.fade(index));
         }
     }

@@ -13,7 +13,7 @@ CError CAudioProcessWiring::init(const CAudioProcessDef& definition, const CStri
 {
     context = containerName;
     isAutoLinks = definition.isAutoLinks();
-    CArray<CStringBuf> names;                   // without the container's, as links write them
+    CArray<CStringBuf> names; // without the container's, as links write them
     for (const CAudioProcessDefBase* child : definition.processDefs())
     {
         if (child->traits().isPrototype)

@@ -24,19 +24,19 @@ public:
 
     struct CInput
     {
-        int source;                     // entry index or containerInput
+        int source; // entry index or containerInput
         int sourcePort;
-        int port;                       // of the target
+        int port; // of the target
 
         friend bool operator==(const CInput&, const CInput&) = default;
     };
 
     struct CEntry
     {
-        CStringBuf name;                // full
+        CStringBuf name; // full
         const CAudioProcessDefBase* definition = nullptr;
         bool isJunction = false;
-        bool isAbsent = false;          // could not be made or is part of a ring; until the next rebuild
+        bool isAbsent = false; // could not be made or is part of a ring; until the next rebuild
         CArray<CInput> inputs;
 
         /// Junctions never live; everything else lives while it has an input.
@@ -69,15 +69,15 @@ private:
     struct CLink
     {
         const CAudioProcessLinkDef* definition;
-        int source;                     // entry, containerInput, or missing
-        int target;                     // entry, containerOutput, or missing
+        int source; // entry, containerInput, or missing
+        int target; // entry, containerOutput, or missing
     };
 
     struct CVisit
     {
         int junction;
         int port;
-        bool isOpen;                    // what lies behind it is still being followed
+        bool isOpen; // what lies behind it is still being followed
     };
 
     static constexpr int missing = -2;

@@ -50,7 +50,7 @@ void CDSPModDelay::fitRing()
 
     nextRing.clear();
     nextRing.resize(needed);
-    nextRing.swap(ring);                        // nextRing is the old ring from here on
+    nextRing.swap(ring); // nextRing is the old ring from here on
     if (!isFresh && !nextRing.empty())
     {
         const int oldLength = static_cast<int>(nextRing.size()) * blockSize;

@@ -58,14 +58,14 @@ private:
     CFill fillMode;
     double fillValue = 0.0;
     CArray<CAudioBufferRef> ring;
-    CArray<CAudioBufferRef> nextRing;       // scratch of fitRing, kept for its storage
-    int position = 0;                       // where the next sample goes, in the ring
+    CArray<CAudioBufferRef> nextRing; // scratch of fitRing, kept for its storage
+    int position = 0; // where the next sample goes, in the ring
     bool isFresh = true;
-    int current = 0;                        // delay of the old tap
+    int current = 0; // delay of the old tap
     int target = 0;
     int pending = 0;
     bool hasPending = false;
-    CRaisedCosine fade;                     // moving while current and target differ
+    CRaisedCosine fade; // moving while current and target differ
 };
 
 }

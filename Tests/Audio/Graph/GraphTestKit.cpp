@@ -216,7 +216,9 @@ CTreeNode state(int id, const char* param, CAttrs attrs)
 
 CTreeNode param(const char* name, double defaultValue, CAttrs attrs)
 {
-    attrs.insert(attrs.end(), {{"converter", "shared::cvt.real"}, {"min-values", "-5000"}, {"max-values", "5000"},
+    attrs.insert(attrs.end(), {{"converter", "shared::cvt.real"},
+                               {"min-values", "-5000"},
+                               {"max-values", "5000"},
                                {"def-values", CStringBuf::fromDouble(defaultValue).toUtf8()}});
     return node("audio:param", name, std::move(attrs));
 }

@@ -21,8 +21,8 @@ using CAttrs = std::vector<std::pair<std::string, std::string>>;
 // test:delay (by the parameter `samples`, slot 0, reported as latency), test:memory (out = in + gain x last out),
 // test:ports (out = in0 + 10 in1 + 100 in2), test:pass (passes the port in parameter `port`, slot 0, as it stands),
 // test:max (with is-terminal-whole: all channels get the largest of their samples, times `gain`, in one buffer),
-// test:unbound (asks for slot 7, which it does not have). Without a module: test:broken (fails to start), test:wrong (makes
-// a container of a definition that is none), test:timer (see CTimerProcess).
+// test:unbound (asks for slot 7, which it does not have). Without a module: test:broken (fails to start), test:wrong
+// (makes a container of a definition that is none), test:timer (see CTimerProcess).
 CTreeNode node(const char* tag, const char* name, CAttrs attrs = {}, std::vector<CTreeNode> children = {});
 CTreeNode process(const char* name, CAttrs attrs, std::vector<CTreeNode> children);
 CTreeNode autoProcess(const char* name, std::vector<CTreeNode> children);
@@ -93,7 +93,7 @@ private:
 };
 
 using CSignal = std::vector<double>;
-using CSignals = std::vector<CSignal>;      // by channel
+using CSignals = std::vector<CSignal>; // by channel
 
 // A graph of a test: the definition is the child `main` of a shared tree, the running node is called "main".
 class CGraphBench

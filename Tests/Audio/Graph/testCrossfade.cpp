@@ -34,7 +34,7 @@ TEST(Crossfade, ComesOnlyWhereItIsAskedFor)
     {
         const char* what;
         CTreeNode gainNode;
-        int fade;                   // samples, 0: at once
+        int fade; // samples, 0: at once
     };
     const Case cases[] = {
         {"nobody asks", gain("a", 1), 0},
@@ -73,6 +73,31 @@ TEST(Crossfade, EqualSettingsNeedNone)
         bench.set("a.gain", value);
         const CSignal out = bench.run(constant(800, 1.0));
         expectEach(out, [&](int i) { return before[0] + (value - before[0]) * faded(i, 720); });
+    }
+}
+
+// A module that was faded out before must not bring back what it remembers from then.
+TEST(Crossfade, SparesStartFromRest)
+{
+    CGraphBench bench(autoProcess("main", {memory("m", 0.9, smooth)}));
+    bench.start({0});
+    double sounding = 0.0;
+    double feedback = 0.9;
+    for (const double next : {0.5, 0.9, 0.5})
+    {
+        bench.set("m.gain", next);
+        const CSignal in = noise(2000, 3);
+        const CSignal out = bench.run(in, 100);
+        double fresh = 0.0;
+        for (int i = 0; i < 2000; ++i)
+        {
+            const std::size_t at = static_cast<std::size_t>(i);
+            sounding = in[at] + feedback * sounding;
+            fresh = in[at] + next * fresh;
+            ASSERT_NEAR(out[at], sounding + (fresh - sounding) * faded(i, 720), 1e-9) << i;
+        }
+        sounding = fresh;
+        feedback = next;
     }
 }
 
@@ -151,8 +176,8 @@ TEST(Crossfade, ConcernsTheGroupsThatChanged)
         const char* what;
         CAttrs paramAttrs;
         CAttrs allocAttrs;
-        int group;                      // that is set
-        CSignal want;                   // of the channels, whose groups are 0, 1, 1
+        int group; // that is set
+        CSignal want; // of the channels, whose groups are 0, 1, 1
         int updates;
     };
     const Case cases[] = {
@@ -181,10 +206,12 @@ TEST(Crossfade, ElementIsShiftedByTheDefinition)
 {
     CTreeNode values = param("values", 0, {{"is-global", "true"}});
     values.attrs.back().second = "2,3,4";
-    const auto band = [](const char* name, const char* shift)
-    { return node("test:gain", name, {{"stack-index-shift", shift}}, {param("gain", 9), alloc("gain", 0)}); };
-    const auto remap = [](const char* orig)
-    { return node("audio:param-remap", orig, {{"orig", std::string(orig) + ".gain"}, {"new", "values"}}); };
+    const auto band = [](const char* name, const char* shift) {
+        return node("test:gain", name, {{"stack-index-shift", shift}}, {param("gain", 9), alloc("gain", 0)});
+    };
+    const auto remap = [](const char* orig) {
+        return node("audio:param-remap", orig, {{"orig", std::string(orig) + ".gain"}, {"new", "values"}});
+    };
     CGraphBench bench(autoProcess("main", {values, band("a", "0"), band("b", "2"), remap("a"), remap("b")}));
     bench.start({0});
     EXPECT_EQ(bench.run(constant(1, 1.0)), constant(1, 2.0 * 4.0));
@@ -199,9 +226,10 @@ TEST(Crossfade, ElementIsShiftedByTheDefinition)
 // All channels through one module, one buffer for all of them; a fade between two such.
 TEST(Crossfade, WholeTerminalsSeeAllChannels)
 {
-    CGraphBench bench(autoProcess("main", {node("test:max", "m", {{"is-terminal-whole", "true"}, {"is-smooth-update", "true"}},
-                                                {param("gain", 1, {{"is-global", "true"}}), alloc("gain", 0)}),
-                                           gain("after", 2)}));
+    CGraphBench bench(
+        autoProcess("main", {node("test:max", "m", {{"is-terminal-whole", "true"}, {"is-smooth-update", "true"}},
+                                  {param("gain", 1, {{"is-global", "true"}}), alloc("gain", 0)}),
+                             gain("after", 2)}));
     bench.start({0, 0, 0});
     const CSignals in = {noise(1000, 1), noise(1000, 2), noise(1000, 3)};
     const auto largest = [&](int i)
@@ -219,14 +247,14 @@ TEST(Crossfade, WholeTerminalsSeeAllChannels)
 TEST(Crossfade, FadesBetweenPortsThatPassThrough)
 {
     CGraphBench bench(process(
-        "main", {}, {node("test:pass", "p", smooth, {param("port", 0, {{"is-global", "true"}}), alloc("port", 0)}),
-                     gain("a", 5), gain("after", 2), link("*", "p"), link("*", "a"), link("a", "p/1"), link("p", "after"),
-                     link("after", "*")}));
+        "main", {},
+        {node("test:pass", "p", smooth, {param("port", 0, {{"is-global", "true"}}), alloc("port", 0)}), gain("a", 5),
+         gain("after", 2), link("*", "p"), link("*", "a"), link("a", "p/1"), link("p", "after"), link("after", "*")}));
     bench.start({0});
     EXPECT_EQ(bench.run(constant(3, 1.0)), constant(3, 2.0));
     bench.set("p.port", 1);
     expectEach(bench.run(constant(800, 1.0), 64), [](int i) { return 2.0 * (1.0 + 4.0 * faded(i, 720)); });
-    bench.set("p.port", 2);                     // nothing is linked there
+    bench.set("p.port", 2); // nothing is linked there
     bench.run(constant(800, 1.0), 64);
     EXPECT_EQ(bench.run(constant(3, 1.0)), constant(3, 0.0));
 }
@@ -247,12 +275,12 @@ TEST(Crossfade, StopEndsOnTheNewestValues)
 
 TEST(Crossfade, TakesNoHeapAndNoLocksOnceHeard)
 {
-    CGraphBench bench(process(
-        "main", {}, {gain("a", 1, smooth), memory("m", 0.1, {}, smooth), delay("d", 40), gain("b", 1),
-                     node("test:max", "w", {{"is-terminal-whole", "true"}, {"is-smooth-update", "true"}},
-                          {param("gain", 1, {{"is-global", "true"}}), alloc("gain", 0)}),
-                     link("*", "a"), link("a", "m"), link("m", "d"), link("d", "w"), link("w", "b"), link("*", "b"),
-                     link("b", "*")}));
+    CGraphBench bench(process("main", {},
+                              {gain("a", 1, smooth), memory("m", 0.1, {}, smooth), delay("d", 40), gain("b", 1),
+                               node("test:max", "w", {{"is-terminal-whole", "true"}, {"is-smooth-update", "true"}},
+                                    {param("gain", 1, {{"is-global", "true"}}), alloc("gain", 0)}),
+                               link("*", "a"), link("a", "m"), link("m", "d"), link("d", "w"), link("w", "b"),
+                               link("*", "b"), link("b", "*")}));
     bench.start({0, 1, 2});
     const CSignals in = {noise(512, 1), noise(512, 2), noise(512, 3)};
     std::vector<CSignal> out(3, CSignal(512));

@@ -53,8 +53,8 @@ TEST(DelayLine, MatchesTheReferenceForAnyBlocks)
             std::mt19937 random(7);
             CAudioBufferPool pool;
             CDSPModDelay line(pool, fade);
-            const CSignal out = delayed(line, in, changes,
-                                        [&] { return block > 0 ? block : 1 + static_cast<int>(random() % 512); });
+            const CSignal out =
+                delayed(line, in, changes, [&] { return block > 0 ? block : 1 + static_cast<int>(random() % 512); });
             SCOPED_TRACE("block " + std::to_string(block));
             expectSequence(c, strided(c, out), c["out"], sampleTolerance);
         }
@@ -109,7 +109,7 @@ TEST(DelayLine, TakesMemoryOnlyWhereAudioHasBeen)
     EXPECT_EQ(line.ringSize(), 11);
     EXPECT_EQ(pool.inUse(), 0);
     CSignal samples = noise(512, 1);
-    line.process(samples.data(), samples.data(), 512);          // in place
+    line.process(samples.data(), samples.data(), 512); // in place
     EXPECT_EQ(samples, constant(512, 0.0));
     EXPECT_EQ(pool.inUse(), 1);
 }
@@ -158,7 +158,8 @@ TEST(ModuleFade, MatchesTheReference)
     {
         const int count = c["out"]["count"].get<int>();
         const double rate = c["in"]["sr"].get<double>();
-        CGraphBench bench(gain("main", 1.0, {{"xfade-length", CStringBuf::fromDouble(c["in"]["xfade_length"].get<double>()).toUtf8()}}));
+        CGraphBench bench(gain(
+            "main", 1.0, {{"xfade-length", CStringBuf::fromDouble(c["in"]["xfade_length"].get<double>()).toUtf8()}}));
         const auto& def = dynamic_cast<CAudioProcessDefBase&>(*bench.tree->shared().findObject("main"));
         EXPECT_EQ(def.fadeSamples(rate), count) << caseName(c);
 

@@ -26,7 +26,7 @@ TEST(ProcessDefs, BadAttributesStopTheLoadAndSayWhy)
     struct Case
     {
         CTreeNode child;
-        const char* message;            // null: loads
+        const char* message; // null: loads
     };
     const Case cases[] = {
         {linkOf({{"src", "a"}, {"dst", "b/2"}}), nullptr},
@@ -75,14 +75,16 @@ TEST(ProcessDefs, BadGraphsFailWhenTheyAreMade)
     };
     const Case cases[] = {
         {process("main", {}, {node("test:ports", "a"), node("audio:modNode", "b")}), ""},
-        {process("main", {}, {node("test:ports", "a"), node("audio:modNode", "a")}), "Duplicate audio process name 'a'."},
+        {process("main", {}, {node("test:ports", "a"), node("audio:modNode", "a")}),
+         "Duplicate audio process name 'a'."},
         {node("test:wrong", "main"), "Audio process def of invalid class supplied."},
         {autoProcess("main", {node("test:broken", "a")}), "broken on purpose"},
-        {process("main", {}, {node("test:ports", "a"), node("test:ports", "b"), link("*", "a"), link("a", "b"),
-                              link("b", "a")}),
+        {process("main", {},
+                 {node("test:ports", "a"), node("test:ports", "b"), link("*", "a"), link("a", "b"), link("b", "a")}),
          "process seq err"},
-        {process("main", {}, {node("audio:modNode", "a"), node("audio:modNode", "b"), link("b", "a"), link("a", "b"),
-                              link("a", "*")}),
+        {process(
+             "main", {},
+             {node("audio:modNode", "a"), node("audio:modNode", "b"), link("b", "a"), link("a", "b"), link("a", "*")}),
          "process seq err"},
         {autoProcess("main", {node("test:unbound", "a")}), "regModuleParam error 7"},
     };
@@ -108,7 +110,7 @@ TEST(ProcessDefs, BypassStatesFollowTheirTests)
     const CAttrs both = {{"and-param", "q"}, {"and-value", "0"}};
     const CAttrs inverted = {{"is-inverted", "true"}, {"and-param", "q"}};
     const Case cases[] = {
-        {{}, 1.0, 0, true},                             // absent value: 1
+        {{}, 1.0, 0, true}, // absent value: 1
         {{}, 0.9, 0, true},
         {{}, 1.1, 0, true},
         {{}, 0.89, 0, false},
@@ -123,8 +125,8 @@ TEST(ProcessDefs, BypassStatesFollowTheirTests)
         {{{"range", "[;1.0]"}}, -1e6, 0, true},
         {{{"range", "[2.0;]"}}, 1e6, 0, true},
         {{{"range", "[2.0;]"}}, 1.99, 0, false},
-        {{{"range", "[0;10;4]"}}, 9.9, 0, true},        // whole steps of 4: 2 of -3..3
-        {{{"range", "(0;10;4]"}}, 1.9, 0, false},       // rounds to step 0, which is excluded
+        {{{"range", "[0;10;4]"}}, 9.9, 0, true}, // whole steps of 4: 2 of -3..3
+        {{{"range", "(0;10;4]"}}, 1.9, 0, false}, // rounds to step 0, which is excluded
         {{{"range", "[0;1]"}, {"value", "7"}}, 7.0, 0, false},
         {both, 1.0, 0.0, true},
         {both, 1.0, 1.0, false},
@@ -148,11 +150,11 @@ TEST(ProcessDefs, BypassStatesFollowTheirTests)
 
 TEST(ProcessDefs, CollectsWhatBelongsToIt)
 {
-    CGraphBench bench(process(
-        "main", {},
-        {param("top"), node("core:object", "folder", {}, {param("inner"), param("other")}), gain("a"), gain("b"),
-         gain("template", 1.0, {{"is-prototype", "true"}}), link("*", "a"), state(3, "top"), alloc("top", 0),
-         node("audio:param-remap", "r", {{"orig", "a.gain"}, {"new", "b.gain"}})}));
+    CGraphBench bench(
+        process("main", {},
+                {param("top"), node("core:object", "folder", {}, {param("inner"), param("other")}), gain("a"),
+                 gain("b"), gain("template", 1.0, {{"is-prototype", "true"}}), link("*", "a"), state(3, "top"),
+                 alloc("top", 0), node("audio:param-remap", "r", {{"orig", "a.gain"}, {"new", "b.gain"}})}));
     const auto& def = dynamic_cast<CAudioProcessDef&>(*bench.tree->shared().findObject("main"));
 
     std::vector<std::string> names;
@@ -166,8 +168,8 @@ TEST(ProcessDefs, CollectsWhatBelongsToIt)
     EXPECT_EQ(def.paramRemaps().size(), 1u);
 
     std::vector<std::string> visited;
-    def.visitChildDefs("x.main", [&](const CAudioProcessDefBase&, const CStringBuf& name)
-                       { visited.push_back(name.toUtf8()); });
+    def.visitChildDefs("x.main",
+                       [&](const CAudioProcessDefBase&, const CStringBuf& name) { visited.push_back(name.toUtf8()); });
     EXPECT_EQ(visited, (std::vector<std::string>{"x.main.a", "x.main.b"}));
 
     const CAudioProcessTraits traits;
@@ -178,14 +180,14 @@ TEST(ProcessDefs, CollectsWhatBelongsToIt)
 // Remaps of nodes that do not run yet are there from the start, follow each other, and may not hang in a ring.
 TEST(ProcessDefs, RemapsLeadToOneParameter)
 {
-    CGraphBench bench(process(
-        "main", {},
-        {node("core:object", "eq", {}, {param("level", 3.0, {{"is-global", "true"}})}),
-         node("audio:param-remap", "r", {},
-              {node("core:object", "content", {{"value", "inner.gain = eq.level; a.x = a.y; a.y = a.x;"}})}),
-         process("inner", {{"is-auto-links", "true"}},
-                 {gain("g"), node("audio:param-remap", "r", {{"orig", "g.gain"}, {"new", "gain"}})}),
-         link("*", "inner"), link("inner", "*")}));
+    CGraphBench bench(
+        process("main", {},
+                {node("core:object", "eq", {}, {param("level", 3.0, {{"is-global", "true"}})}),
+                 node("audio:param-remap", "r", {},
+                      {node("core:object", "content", {{"value", "inner.gain = eq.level; a.x = a.y; a.y = a.x;"}})}),
+                 process("inner", {{"is-auto-links", "true"}},
+                         {gain("g"), node("audio:param-remap", "r", {{"orig", "g.gain"}, {"new", "gain"}})}),
+                 link("*", "inner"), link("inner", "*")}));
     bench.start({0});
     EXPECT_EQ(bench.host.context().resolve("main.inner.g.gain").toUtf8(), "main.eq.level");
     EXPECT_EQ(bench.host.context().resolve("main.other").toUtf8(), "main.other");

@@ -2,8 +2,10 @@
 #include "Audio/Graph/CAudioGraphContext.h"
 #include "GraphTestKit.h"
 
+#include <atomic>
 #include <cmath>
 #include <random>
+#include <thread>
 
 namespace kor::test
 {
@@ -11,7 +13,7 @@ namespace
 {
 
 constexpr int stateCount = 6;
-constexpr int settling = 6000;              // longer than the longest path, every delay fade and every memory
+constexpr int settling = 6000; // longer than the longest path, every delay fade and every memory
 
 /// Chains, taps, joins, a nested container and links that six states switch on and off.
 CTreeNode walkTree()
@@ -27,12 +29,14 @@ CTreeNode walkTree()
     {
         const std::string name = "off" + std::to_string(i);
         children.push_back(param(name.c_str(), 0, {{"is-global", "true"}}));
-        children.push_back(state(i, name.c_str(), i == 3 ? CAttrs{{"and-param", "off4"}, {"is-inverted", "true"}} : CAttrs{}));
+        children.push_back(
+            state(i, name.c_str(), i == 3 ? CAttrs{{"and-param", "off4"}, {"is-inverted", "true"}} : CAttrs{}));
     }
-    const CTreeNode inner = process("inner", {{"is-auto-links", "true"}},
-                                    {param("skip", 0, {{"is-global", "true"}}), state(0, "skip"),
-                                     memory("m", 0.3, bypassed(smooth, 0)), delay("d", 60, smooth),
-                                     gain("tap", 0.25, {{"is-outoforder", "true"}}), link("*", "tap"), link("tap", "*", "0")});
+    const CTreeNode inner =
+        process("inner", {{"is-auto-links", "true"}},
+                {param("skip", 0, {{"is-global", "true"}}), state(0, "skip"), memory("m", 0.3, bypassed(smooth, 0)),
+                 delay("d", 60, smooth), gain("tap", 0.25, {{"is-outoforder", "true"}}), link("*", "tap"),
+                 link("tap", "*", "0")});
     const std::vector<CTreeNode> nodes = {
         gain("a", 1, smooth),
         node("audio:modNode", "dry"),
@@ -63,10 +67,62 @@ struct CKnob
 };
 
 const CKnob knobs[] = {
-    {"off0", {0, 1}}, {"off1", {0, 1}}, {"off2", {0, 1}}, {"off3", {0, 1}}, {"off4", {0, 1}}, {"off5", {0, 1}},
-    {"inner.skip", {0, 1}}, {"a.gain", {0.5, 1, -1}}, {"m1.gain", {0.1, 0.5}}, {"inner.m.gain", {0, 0.3}},
-    {"early.samples", {0, 20, 333}}, {"inner.d.samples", {5, 60}}, {"late.samples", {1, 500, 502}}, {"b.gain", {1, 2}},
+    {"off0", {0, 1}},
+    {"off1", {0, 1}},
+    {"off2", {0, 1}},
+    {"off3", {0, 1}},
+    {"off4", {0, 1}},
+    {"off5", {0, 1}},
+    {"inner.skip", {0, 1}},
+    {"a.gain", {0.5, 1, -1}},
+    {"m1.gain", {0.1, 0.5}},
+    {"inner.m.gain", {0, 0.3}},
+    {"early.samples", {0, 20, 333}},
+    {"inner.d.samples", {5, 60}},
+    {"late.samples", {1, 500, 502}},
+    {"b.gain", {1, 2}},
 };
+
+/// A graph of the same definition that has had these values from the start; NaN stands for the default.
+struct CFreshGraph
+{
+    CFreshGraph(CGraphBench& bench, const std::vector<double>& values)
+    {
+        collector.setEnvironment(env);
+        collector.setGroupCount(8);
+        const CObject* definition = bench.tree->shared().findObject("main");
+        EXPECT_TRUE(succeeded(host.create(dynamic_cast<const CAudioProcessDefBase&>(*definition), "main")));
+        for (std::size_t k = 0; k < std::size(knobs); ++k)
+        {
+            if (!std::isnan(values[k]))
+                collector.findParam(CStringBuf("main.") + knobs[k].name)->setValue(allGroups, 0, values[k]);
+        }
+        const int groups[] = {0, 3};
+        EXPECT_TRUE(succeeded(host.setLayout(groups, 48000.0)));
+    }
+
+    CAudioEnv env;
+    CAudioParamCollector collector;
+    CAudioGraphHost host{collector, env};
+};
+
+/// Both graphs take the same signal until all that came before has died away; then they must agree.
+void expectSame(CGraphBench& bench, CFreshGraph& fresh)
+{
+    EXPECT_EQ(bench.host.latency(), fresh.host.latency());
+    const CSignals in = {noise(settling, 5), noise(settling, 6)};
+    const CSignals got = bench.run(in, 512);
+    CSignals want(2, CSignal(settling));
+    const double* from[] = {in[0].data(), in[1].data()};
+    double* to[] = {want[0].data(), want[1].data()};
+    fresh.host.process(from, to, 2, settling);
+    for (std::size_t c = 0; c < 2; ++c)
+    {
+        const CSignal gotEnd(got[c].begin() + settling / 2, got[c].end());
+        const CSignal wantEnd(want[c].begin() + settling / 2, want[c].end());
+        EXPECT_LT(difference(gotEnd, wantEnd), 1e-9) << "channel " << c;
+    }
+}
 
 }
 
@@ -75,13 +131,11 @@ TEST(RebuildWalk, EndsWhereAFreshGraphBegins)
 {
     CGraphBench bench(walkTree());
     bench.start({0, 3});
-    const auto& definition = dynamic_cast<const CAudioProcessDefBase&>(*bench.tree->shared().findObject("main"));
     const unsigned seed = 20;
     std::mt19937 random(seed);
     const auto pick = [&random](std::size_t count) { return static_cast<std::size_t>(random() % count); };
 
     std::vector<double> current(std::size(knobs), NAN);
-    const CSignals settle = {noise(settling, 5), noise(settling, 6)};
     for (int step = 1; step <= 4000; ++step)
     {
         for (std::size_t changes = 1 + pick(3); changes > 0; --changes)
@@ -99,37 +153,48 @@ TEST(RebuildWalk, EndsWhereAFreshGraphBegins)
 
         if (step % 100 != 0)
             continue;
-        CAudioEnv env;
-        CAudioParamCollector collector;
-        collector.setEnvironment(env);
-        collector.setGroupCount(8);
-        CAudioGraphHost fresh(collector, env);
-        ASSERT_TRUE(succeeded(fresh.create(definition, "main")));
-        for (std::size_t k = 0; k < std::size(knobs); ++k)
-        {
-            if (!std::isnan(current[k]))
-                collector.findParam(CStringBuf("main.") + knobs[k].name)->setValue(allGroups, 0, current[k]);
-        }
-        const int groups[] = {0, 3};
-        ASSERT_TRUE(succeeded(fresh.setLayout(groups, 48000.0)));
-        ASSERT_EQ(bench.host.latency(), fresh.latency()) << "seed " << seed << " step " << step;
-
-        const CSignals got = bench.run(settle, 512);
-        CSignals want(2, CSignal(settling));
-        const double* from[] = {settle[0].data(), settle[1].data()};
-        double* to[] = {want[0].data(), want[1].data()};
-        fresh.process(from, to, 2, settling);
-        for (std::size_t c = 0; c < 2; ++c)
-        {
-            const CSignal gotEnd(got[c].begin() + settling / 2, got[c].end());
-            const CSignal wantEnd(want[c].begin() + settling / 2, want[c].end());
-            ASSERT_LT(difference(gotEnd, wantEnd), 1e-9) << "seed " << seed << " step " << step << " channel " << c;
-        }
+        CFreshGraph fresh(bench, current);
+        expectSame(bench, fresh);
+        ASSERT_FALSE(::testing::Test::HasFailure()) << "seed " << seed << " step " << step;
         ASSERT_TRUE(succeeded(bench.host.takeError()));
     }
     bench.host.stop();
     EXPECT_EQ(bench.host.buffersInUse(), 0);
     EXPECT_LT(bench.host.context().pool.allocated(), 200);
+}
+
+// Other threads move everything while sound runs; when they are done, their last values are what sounds.
+TEST(RebuildWalk, BearsChangesFromOtherThreads)
+{
+    CGraphBench bench(walkTree());
+    bench.start({0, 3});
+    std::atomic<int> running{2};
+    const auto move = [&](unsigned seed)
+    {
+        std::mt19937 random(seed);
+        for (int i = 0; i < 3000; ++i)
+        {
+            const CKnob& knob = knobs[random() % std::size(knobs)];
+            bench.collector.findParam(CStringBuf("main.") + knob.name)
+                ->setValue(random() % 2 == 0 ? 3 : allGroups, 0, knob.values[random() % knob.values.size()]);
+        }
+        --running;
+    };
+    std::thread first(move, 1);
+    std::thread second(move, 2);
+    while (running > 0)
+        bench.run({noise(200, 1), noise(200, 2)});
+    first.join();
+    second.join();
+    std::vector<double> values;
+    for (const CKnob& knob : knobs)
+    {
+        values.push_back(knob.values.back());
+        bench.set(knob.name, values.back(), allGroups);
+    }
+    CFreshGraph fresh(bench, values);
+    bench.run({noise(1, 1), noise(1, 2)});
+    expectSame(bench, fresh);
 }
 
 // The same samples whatever the blocks, running fades and delays included.
@@ -158,7 +223,8 @@ TEST(RebuildWalk, BlocksAreNeverHeard)
                 const std::size_t count = std::min<std::size_t>(1 + random() % 700, 9000 - at);
                 CSignals part;
                 for (const CSignal& channel : in)
-                    part.emplace_back(channel.begin() + static_cast<int>(at), channel.begin() + static_cast<int>(at + count));
+                    part.emplace_back(channel.begin() + static_cast<int>(at),
+                                      channel.begin() + static_cast<int>(at + count));
                 part = bench.run(part);
                 for (std::size_t c = 0; c < 2; ++c)
                     out[c].insert(out[c].end(), part[c].begin(), part[c].end());
