@@ -154,10 +154,9 @@ std::uint64_t CAudioParam::deliver(const CAudioParamRequest& request)
     if (request.type == CAudioParamType::real && prepare(prepared, request))
     {
         const CAudioParamRequest& fitted = prepared.request;
-        collector.queue->deliverNow(*this, fitted, fitted.firstElement + fitted.elementCount, info(),
-                                    CAudioParamQueue::unstored);
+        collector.queue->deliverNow(*this, fitted, fitted.firstElement + fitted.elementCount, info());
     }
-    return flushedSequence;
+    return flushedTicket;
 }
 
 void CAudioParam::run(const CAudioParamRequest& request, const CManner& manner)
@@ -227,8 +226,8 @@ void CAudioParam::sendStored(const CAudioParamRequest& request, int touchedEnd, 
         queue.send(*this, request, touchedEnd);
     else
     {
-        const std::uint64_t heard = flushedSequence;
-        queue.deliverNow(*this, request, touchedEnd, info(), sequence);
+        const std::uint64_t heard = flushedTicket;
+        queue.deliverNow(*this, request, touchedEnd, info());
         queue.settle(*this, request, touchedEnd, heard);    // again behind what still waits in the pending list
     }
 }

@@ -175,8 +175,8 @@ private:
     // Under the environment's lock.
     CAudioParamPooledRecord* lastPending = nullptr;     // newest in the pending list of pendingEpoch
     std::uint64_t pendingEpoch = 0;
-    std::uint64_t queuedSequence = 0;           // of the latest change that entered the pending list
-    std::uint64_t settledSequence = 0;          // the same, or that the audio side had already
+    std::uint64_t queuedTicket = 0;             // of the last record that entered the pending list
+    std::uint64_t settledSequence = 0;          // of the latest change that entered it or was heard already
     const CAudioParamDef* claimedBy = nullptr;  // under the collector's name lock
 
     // Of the audio thread.
@@ -188,7 +188,7 @@ private:
     CAudioParamListener::CQueueLink* lastQueued = nullptr;
     CAudioParam* nextTouched = nullptr;
     std::uint64_t touchedGeneration = 0;
-    std::uint64_t flushedSequence = 0;
+    std::uint64_t flushedTicket = 0;            // of the last record that left the pending list
     std::atomic<int> bindingCount{0};
 };
 

@@ -45,7 +45,7 @@ void CAudioParam::addListener(CAudioParamListener& listener, CAudioParamStorage&
     {
         queue.drainAudible(*this);
         layOut(storage, *definition, audible, group);
-        queue.bind(*this, listener, storage, group, element, definition, flushedSequence);
+        queue.bind(*this, listener, storage, group, element, definition, 0);
         return;
     }
     CLockHolder hold(mutex);

@@ -21,6 +21,12 @@ bool coversAll(const CAudioParamPooledRecord& record) noexcept
     return allOfGroups && wholeLists;
 }
 
+// Where a record's effect on the lists ends if others have been there since: a late cut takes away what they appended.
+int endOf(const CAudioParamPooledRecord& record) noexcept
+{
+    return record.change.cut ? CAudioParamStorage::maxElements : record.touchedEnd;
+}
+
 bool matches(const CAudioParamBinding& binding, const CAudioParamPooledRecord& record) noexcept
 {
     const CAudioParamRequest& change = record.change;
@@ -68,7 +74,7 @@ void CAudioParamQueue::settle(CAudioParam& param, const CAudioParamRequest& requ
     bool isOvertaken;
     {
         CLockHolder hold(pendingLock());
-        isOvertaken = param.queuedSequence > mark;
+        isOvertaken = param.queuedTicket > mark;
         param.settledSequence = param.sequence;
     }
     if (isOvertaken)
@@ -80,7 +86,6 @@ void CAudioParamQueue::append(CRecord* record)
     CAudioParam& param = *record->change.param;
     pool.promiseLinks(record->linksPromised);
     CLockHolder hold(pendingLock());
-    param.queuedSequence = std::max(param.queuedSequence, record->sequence);
     param.settledSequence = std::max(param.settledSequence, record->sequence);
     if (env == nullptr || !env->isProcessing.load(std::memory_order_relaxed) || pendingCount > mergeLimit)
     {
@@ -89,6 +94,7 @@ void CAudioParamQueue::append(CRecord* record)
         else if (CRecord* older = findMergeable(*record))
         {
             mergeFromStore(*older, *record);
+            older->ticket = param.queuedTicket = ++tickets;
             pool.redeemLinks(record->linksPromised);
             pool.retire(record);
             return;
@@ -105,6 +111,7 @@ void CAudioParamQueue::link(CRecord* record) noexcept
     (lastPending != nullptr ? lastPending->next : firstPending) = record;
     lastPending = record;
     ++pendingCount;
+    record->ticket = param.queuedTicket = ++tickets;
     record->olderOfParam = param.pendingEpoch == epoch ? param.lastPending : nullptr;
     param.lastPending = record;
     param.pendingEpoch = epoch;
@@ -203,8 +210,7 @@ void CAudioParamQueue::submit(CAudioParamBatch& batch)
             first = first->next;
             CAudioParam& param = *record->change.param;
             if (record->sequence < param.settledSequence)
-                overtaken.push_back({&param, record->change.group, record->change.firstElement, record->touchedEnd});
-            param.queuedSequence = std::max(param.queuedSequence, record->sequence);
+                overtaken.push_back({&param, record->change.group, record->change.firstElement, endOf(*record)});
             param.settledSequence = std::max(param.settledSequence, record->sequence);
             link(record);
         }
@@ -227,7 +233,7 @@ void CAudioParamQueue::submitOneByOne(CRecord* first)
             append(record);
             continue;
         }
-        resend(param, record->change.group, record->change.firstElement, record->touchedEnd);
+        resend(param, record->change.group, record->change.firstElement, endOf(*record));
         pool.retire(record);
     }
 }
@@ -290,8 +296,7 @@ bool CAudioParamQueue::flush()
 void CAudioParamQueue::deliver(CRecord& record)
 {
     CAudioParam& param = *record.change.param;
-    if (record.sequence != unstored)
-        param.flushedSequence = std::max(param.flushedSequence, record.sequence);
+    param.flushedTicket = std::max(param.flushedTicket, record.ticket);
     if (record.change.type == CAudioParamType::real)
     {
         append(param.firstQueued, param.lastQueued, record);
@@ -329,10 +334,12 @@ void CAudioParamQueue::append(CLink*& first, CLink*& last, CRecord& record)
 }
 
 void CAudioParamQueue::deliverNow(CAudioParam& param, const CAudioParamRequest& request, int touchedEnd,
-                                  const CAudioParamInfo& info, std::uint64_t sequence)
+                                  const CAudioParamInfo& info)
 {
+    constexpr std::uint64_t neverSeen = ~std::uint64_t(0);
     CRecord* record = pool.takeAudioRecord();
-    record->fill(request, touchedEnd, info, sequence);
+    record->fill(request, touchedEnd, info, neverSeen);
+    record->ticket = 0;
     record->change.param = &param;
     record->references = 1;
     deliver(*record);

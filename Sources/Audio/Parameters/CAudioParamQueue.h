@@ -26,7 +26,7 @@ struct CAudioParamBinding
     int group = everyIndex;
     int element = everyIndex;
     const CAudioParamInfo* info = nullptr;      // layout of the storage
-    std::uint64_t seen = 0;                     // changes up to this number are in the storage already
+    std::uint64_t seen = 0;                     // stored changes up to this number are in the storage already
     CAudioParamBinding* previousOfParam = nullptr;
     CAudioParamBinding* nextOfParam = nullptr;
     CAudioParamBinding* nextOfListener = nullptr;
@@ -62,11 +62,8 @@ public:
 
     bool flush();
 
-    /// Puts a change on the matching queues at once. info: the parameter's definition. sequence: number of the stored
-    /// change, or `unstored`.
-    void deliverNow(CAudioParam& param, const CAudioParamRequest& request, int touchedEnd, const CAudioParamInfo& info,
-                    std::uint64_t sequence);
-    static constexpr std::uint64_t unstored = ~std::uint64_t(0);
+    /// Puts a change on the matching queues at once. info: the parameter's definition.
+    void deliverNow(CAudioParam& param, const CAudioParamRequest& request, int touchedEnd, const CAudioParamInfo& info);
 
     void bind(CAudioParam& param, CAudioParamListener& listener, CAudioParamStorage& storage, int group, int element,
               const CAudioParamInfo* info, std::uint64_t seen);
@@ -111,6 +108,7 @@ private:
     CRecord* lastPending = nullptr;
     std::size_t pendingCount = 0;
     std::uint64_t epoch = 1;                    // rises with every take of the list
+    std::uint64_t tickets = 0;                  // given out so far
 
     // Audio thread.
     CAudioParam* firstTouched = nullptr;

@@ -23,7 +23,8 @@ struct CAudioParamPooledRecord final : CAudioParamRecord
     void fill(const CAudioParamRequest& request, int endElement, const CAudioParamInfo& info, std::uint64_t number);
 
     int touchedEnd = 0;                         // end of the elements that changed, a cut tail included
-    std::uint64_t sequence = 0;                 // number of the stored change
+    std::uint64_t sequence = 0;                 // number of the stored change within its parameter
+    std::uint64_t ticket = 0;                   // place in the order of queueing, which batches may change
     const CAudioParamInfo* info = nullptr;
     int references = 0;                         // audio thread, once delivered
     int linksPromised = 0;
