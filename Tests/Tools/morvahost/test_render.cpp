@@ -164,6 +164,7 @@ TEST_F(Render, TellsWhatItDidInOneLine)
     EXPECT_NE(run.out.find("1 channel, 48000 Hz, 1.0 s"), std::string::npos) << run.out;
     EXPECT_NE(run.out.find("times real time\n"), std::string::npos) << run.out;
     EXPECT_EQ(folderNames(folder), (std::vector<std::string>{"in.wav", "out.wav"}));
+    EXPECT_EQ(readBytes(path("out.wav")).find("PEAK"), std::string::npos) << "the chunk that holds the time of day";
 }
 
 TEST_F(Render, SaysWhatItHadToChange)
