@@ -199,9 +199,9 @@ CError CAudioParamInfo::parseDefValues(const CStringBuf& text)
                 return KOR_FAIL("Default values parsing error.");
             for (const CStringBuf& number : numbers)
             {
-                const int component = static_cast<int>(list.size() % size);
+                const std::size_t component = list.size() % size;
                 bool ok = false;
-                const double value = converters[static_cast<std::size_t>(component)]->parse(*this, component, number, ok);
+                const double value = converters[component]->parse(*this, static_cast<int>(component), number, ok);
                 if (!ok)
                     return KOR_FAIL("Default values parsing error.");
                 list.push_back(value);

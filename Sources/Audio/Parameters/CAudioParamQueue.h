@@ -98,7 +98,7 @@ private:
     static constexpr std::size_t mergeLimit = 65536;
 
     CAudioEnv* env = nullptr;
-    CLock ownLock;                              // in the place of the environment's while there is none
+    mutable CLock ownLock;                      // in the place of the environment's while there is none
     CLock& pendingLock() const noexcept;
 
     CAudioParamRecordPool pool;

@@ -33,8 +33,14 @@ public:
         if (onHook)
             onHook(request);
     }
-    void recordOld(CAudioParam& param, const CAudioParamRequest& r) override { add("old", param, r.group, r.firstElement); }
-    void recordNew(CAudioParam& param, const CAudioParamRequest& r) override { add("new", param, r.group, r.firstElement); }
+    void recordOld(CAudioParam& param, const CAudioParamRequest& r) override
+    {
+        add("old", param, r.group, r.firstElement);
+    }
+    void recordNew(CAudioParam& param, const CAudioParamRequest& r) override
+    {
+        add("new", param, r.group, r.firstElement);
+    }
     void onParamChanged(CAudioParam& param, int group, int first, int end) override
     {
         add("changed", param, group, first);

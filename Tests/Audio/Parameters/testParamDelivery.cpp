@@ -249,12 +249,16 @@ TEST(ParamDelivery, BatchesLandInOneFlush)
 {
     for (const bool isProcessing : {false, true})
     {
-        CParamFixture f(CNodes::list, {{"audio:param", "p", paramAttrs(bands)}, {"audio:param", "q", paramAttrs(bands)}});
+        CParamFixture f(CNodes::list,
+                        {{"audio:param", "p", paramAttrs(bands)}, {"audio:param", "q", paramAttrs(bands)}});
         CAudioParam& param = f.param();
         CAudioParam& derived = f.param("q");
         struct CDeriving : CAudioParamChangeHook
         {
-            void onParamChange(const CAudioParamRequest& r, CAudioParamUndoContext*) override { to->setValue(r.group, 0, 50); }
+            void onParamChange(const CAudioParamRequest& request, CAudioParamUndoContext*) override
+            {
+                to->setValue(request.group, 0, 50);
+            }
             CAudioParam* to = nullptr;
         } deriving;
         deriving.to = &derived;
@@ -372,7 +376,8 @@ TEST(ParamDelivery, StoreAndListenersAgreeInTheEnd)
                 const bool isBound = follower.boundGroup == everyIndex || follower.boundGroup == g;
                 for (int e = 0; e < 12 && isBound; ++e)
                     ASSERT_EQ(follower.storage.getValue(g, e), param.getValue(g, e))
-                        << "seed " << seed << " follower " << index << " of " << followers.size() << " at " << g << "," << e;
+                        << "seed " << seed << " follower " << index << " of " << followers.size() << " at " << g << ","
+                        << e;
             }
         }
     }
@@ -417,9 +422,8 @@ TEST(ParamDelivery, TheAudioThreadNeitherAllocatesNorWaits)
 // Two windows and the host's thread change, one audio thread flushes, binds and unbinds; MORVA_LONG=1 takes a minute.
 TEST(ParamDelivery, StressOfChangingThreadsAgainstTheAudioThread)
 {
-    CParamFixture f(CNodes::list,
-                    {{"audio:param", "p", paramAttrs(bands)},
-                     {"audio:param", "t", paramAttrs({{"data-type", "str"}, {"converter", "shared::audio.paramcvt.text"}})}});
+    const CTreeNode text{"audio:param", "t", paramAttrs({{"data-type", "str"}})};
+    CParamFixture f(CNodes::list, {{"audio:param", "p", paramAttrs(bands)}, text});
     CAudioParam& param = f.param();
     CAudioParam& names = f.param("t");
     f.env.isProcessing = true;
