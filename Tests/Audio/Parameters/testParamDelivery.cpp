@@ -396,8 +396,9 @@ TEST(ParamDelivery, TheAudioThreadNeitherAllocatesNorWaits)
     std::size_t faults = 0;
     for (int block = 0; block < 500; ++block)
     {
-        for (int i = 0; i < 5 + block % 3; ++i)
-            param.setValue(i % 4, i, block % 100);
+        const int moves = block == 250 ? 400 : 5 + block % 3;       // once far more than ever before
+        for (int i = 0; i < moves; ++i)
+            param.setValue(i % 4, i % 12, block % 100);
         param.change(requestOf(block % 4, 0, many));
         CAudioParamBatch batch(f.collector);
         {
