@@ -87,7 +87,6 @@ public:
     void report(CError error);
 
 protected:
-    friend class CAudioProcess;
 
     /// Block start of every node: block length, channels, parameter changes with update(), alignment, mixing.
     void prepareInputs();
