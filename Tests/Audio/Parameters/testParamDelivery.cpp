@@ -446,7 +446,7 @@ TEST(ParamDelivery, StressOfChangingThreadsAgainstTheAudioThread)
             f.collector.getParam("p" + CStringBuf::fromInt(static_cast<int>(random() % 50)));
             if (random() % 4 == 0)
                 batch.submit();
-            if (random() % 64 == 0)
+            if (random() % 16 == 0)
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     };
@@ -483,7 +483,7 @@ TEST(ParamDelivery, StressOfChangingThreadsAgainstTheAudioThread)
     steady.take();
     texts.take();
     EXPECT_EQ(broken, 0u) << "of " << flushes << " flushes";
-    EXPECT_GT(flushes, 100u);
+    EXPECT_GT(flushes, 20u);
     for (int g = 0; g < 4; ++g)
     {
         for (int e = 0; e < 20; ++e)
