@@ -45,11 +45,14 @@ CTreeNode param(const char* name, int slot, double value, std::vector<CTreeNode>
                 {{"param-name", name}, {"index", std::to_string(slot)}});
 }
 
-// A graph that is one FIR module. Generators: 0 none, 1 the taps, 2 the low-pass, 3 two low-passes, 4 a biquad.
+// A graph that is one filter module. Generators: 0 none, 1 the taps, 2 the low-pass, 3 two low-passes, 4 and 5
+// first-order high-passes, the fourth ten times lower.
 class CFirBench
 {
 public:
-    explicit CFirBench(const char* isSmooth = "false", const char* array = "/gens") : tree(make(isSmooth, array), {})
+    explicit CFirBench(const char* isSmooth = "false", const char* array = "/gens",
+                       const char* tag = "audio:modFilterFIR")
+        : tree(make(isSmooth, array, tag), {})
     {
     }
 
@@ -64,7 +67,7 @@ public:
     CTestTree tree;
     std::unique_ptr<CRunningGraph> graph;
 
-    static CTreeNode make(const char* isSmooth, const char* array)
+    static CTreeNode make(const char* isSmooth, const char* array, const char* tag = "audio:modFilterFIR")
     {
         addAllTypes();
         addTestType(creatorRow<CTapsGen>("test:fltgen-taps"));
@@ -85,10 +88,12 @@ public:
             node("audio:fltgen-serial", "two", {},
                  {node("audio:fltgen-serial-item", "0", {{"fltgen", "/lowpass"}, {"adjust", ""}}),
                   node("audio:fltgen-serial-item", "1", {{"fltgen", "/lowpass"}, {"adjust", ""}})}),
-            node("audio:fltgen-lphp1", "first", {{"type", "0"}}),
+            node("audio:fltgen-lphp1", "high", {{"type", "1"}}),
+            node("audio:fltgen-serial", "low", {},
+                 {node("audio:fltgen-serial-item", "0", {{"fltgen", "/high"}, {"adjust", "1,0.1"}})}),
             node("audio:fltgen-array", "gens", {},
-                 {item("1", "/taps"), item("2", "/lowpass"), item("3", "/two"), item("4", "/first")}),
-            node("audio:modFilterFIR", "main",
+                 {item("1", "/taps"), item("2", "/lowpass"), item("3", "/two"), item("4", "/low"), item("5", "/high")}),
+            node(tag, "main",
                  {{"gen-array", array}, {"xfade-length", "0.015"}, {"is-smooth-update", isSmooth}}, std::move(parts)),
         };
         return shared;
@@ -199,6 +204,20 @@ TEST(FilterFIR, ForgetsWhenItIsUsedAgain)
     graph.run(CSignal(4800, 1.0));
     graph.set("index", 1);
     EXPECT_LT(difference(graph.run(CSignal(4800, 1.0)), CSignal(4800, 1.0)), 1e-9);
+}
+
+// Without a crossfade of modules a new type starts at once and with empty memory, a recursive filter's as well.
+TEST(FilterFIR, StartsANewTypeAtOnceWhereNothingFades)
+{
+    CFirBench bench("false", "/gens", "audio:modFilterIIR");
+    CRunningGraph& graph = bench.start();
+    graph.set("index", 4);
+    graph.run(CSignal(4800, 1.0));
+    graph.set("index", 5);
+    const CSignal changed = graph.run(CSignal(480, 1.0));
+    graph.restart();
+    EXPECT_EQ(graph.run(CSignal(480, 1.0)), changed);
+    EXPECT_GT(changed[0], 0.2);                 // a high-pass meets the step as if all before had been silence
 }
 
 TEST(FilterFIR, NeedsItsGenerators)

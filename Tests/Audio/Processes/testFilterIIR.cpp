@@ -160,6 +160,28 @@ TEST(FilterIIR, FallsSilentAboveHalfTheRateAndComesBack)
         chain.run(in);
         chain.run(in);
         EXPECT_GT(difference(chain.run(in), in), 0.1) << mode;
+        chain.setFrequency(30000.0);
+        chain.run(in);
+        EXPECT_LT(difference(chain.run(in), in), 1e-12) << mode;
+    }
+}
+
+// On the way out of the band the filter fades; it is not cut off.
+TEST(FilterIIR, LeavesTheBandWithoutAStep)
+{
+    const double rate = 44100.0;
+    const CSignal in = sine(44100, 1000.0, rate);
+    for (const int mode : {1, 5, 15})
+    {
+        CBandChain chain(rate);
+        chain.setBand(mode, 1500.0, 15.0, 1.0);
+        chain.graph.restart();
+        CSignal out = chain.run(in);
+        const double louder = std::max(largestStep(in), largestStep(out, 22050));
+        chain.setFrequency(30000.0);
+        out = joined(CSignal(out.end() - 1, out.end()), chain.run(in));     // a whole number of periods
+        EXPECT_LE(largestStep(out), 1.5 * louder) << mode;
+        EXPECT_LE(difference(CSignal(out.begin() + 1, out.end()), in, 4410), 1e-12) << mode;
     }
 }
 
