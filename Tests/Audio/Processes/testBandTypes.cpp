@@ -76,8 +76,10 @@ TEST(BandTypes, DesignFiniteStableFiltersOverTheWholeRange)
             for (const double frequency : frequencies)
                 for (const double bandwidth : {0.01, 1.0, 7.0})
                     for (const double gain : {0.0316, 1.0, 31.6})
-                        for (const CAudioFilterStage& stage :
-                             design(*tree.bandTypes().getItem(mode), rate, frequency, gain, bandwidth).stages())
+                    {
+                        const CAudioFilterSpec spec =
+                            design(*tree.bandTypes().getItem(mode), rate, frequency, gain, bandwidth);
+                        for (const CAudioFilterStage& stage : spec.stages())
                         {
                             for (const double value : stage.numerator)
                                 ASSERT_TRUE(std::isfinite(value)) << mode << " " << frequency << " " << rate;
@@ -86,6 +88,7 @@ TEST(BandTypes, DesignFiniteStableFiltersOverTheWholeRange)
                             ASSERT_TRUE(std::abs(a.back()) < 1.0 || (isAtHalfRate && a.back() == 1.0))
                                 << mode << " " << frequency << " " << rate;
                         }
+                    }
         }
 }
 
