@@ -197,8 +197,9 @@ std::string CCurvePlot::legend() const
     std::string text;
     for (std::size_t i = 0; i < curve.bands.size(); ++i)
     {
+        const std::size_t row = i / legendColumns;
         const double px = left + (right - left) * static_cast<double>(i % legendColumns) / legendColumns;
-        const double py = legendTop + legendRow * static_cast<double>(i / legendColumns);
+        const double py = legendTop + legendRow * static_cast<double>(row);
         text += "<circle cx=\"" + fixed(px + 8.0) + "\" cy=\"" + fixed(py) + "\" r=\"8\" fill=\"" + colourOf(i) +
                 "\"/>\n<text x=\"" + fixed(px + 8.0) + "\" y=\"" + fixed(py + 4.0) + "\" class=\"number\">" +
                 std::to_string(curve.bands[i].element + 1) + "</text>\n<text x=\"" + fixed(px + 24.0) + "\" y=\"" +
