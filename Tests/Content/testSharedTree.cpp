@@ -104,7 +104,7 @@ TEST_F(SharedTree, CarriesTheIdentityThatHostsAndProjectsReferTo)
     for (const auto& row : rows)
         EXPECT_EQ(attr("project", row.name), row.value) << row.name;
     EXPECT_EQ(attr("project", "plugin-uuid").size(), 36u);
-    EXPECT_EQ(attr("project", "plugin-code").size(), 4u);
+    EXPECT_EQ(attr("project", "plugin-code"), "q7ne");
     EXPECT_EQ(attr("audio", "plugin-tag"), "plugin");
 }
 
