@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Core/CBlockCache.h"
 
-#include <utility>
+#include <new>
 
 namespace kor
 {
@@ -9,9 +9,12 @@ namespace kor
 CBlockCache::~CBlockCache()
 {
     for (int i = 0; i < CBlockArena::classCount; ++i)
-        for (const CBlockArena::CRun& run : {listOf(i), bins[static_cast<std::size_t>(i)].aside})
-            if (run.count != 0)
-                arena.give(i, run);
+    {
+        if (const CBlockArena::CRun run = listOf(i); run.count != 0)
+            arena.give(i, run);
+        while (bins[static_cast<std::size_t>(i)].stored > 0)
+            arena.give(i, fetchStored(i));
+    }
 }
 
 CBlockArena::CRun CBlockCache::listOf(int classIndex) const noexcept
@@ -21,11 +24,21 @@ CBlockArena::CRun CBlockCache::listOf(int classIndex) const noexcept
                                 : CBlockArena::CRun{};
 }
 
+CBlockArena::CRun CBlockCache::fetchStored(int classIndex) noexcept
+{
+    CBin& bin = bins[static_cast<std::size_t>(classIndex)];
+    const CStoredList list = *bin.depot;
+    CBlockArena::CHeader* first = CBlockArena::CHeader::of(bin.depot);
+    bin.depot = list.below;
+    --bin.stored;
+    return {first, list.last, listLength(classIndex)};
+}
+
 void* CBlockCache::takeSlowly(int classIndex) noexcept
 {
     CBin& bin = bins[static_cast<std::size_t>(classIndex)];
     const int length = listLength(classIndex);
-    const CBlockArena::CRun run = bin.aside.count != 0 ? std::exchange(bin.aside, {}) : arena.take(classIndex, length);
+    const CBlockArena::CRun run = bin.stored > 0 ? fetchStored(classIndex) : arena.take(classIndex, length);
     if (run.count == 0)
         return nullptr;
     bin.first = run.first;
@@ -39,9 +52,14 @@ void CBlockCache::makeRoom(int classIndex) noexcept
     CBin& bin = bins[static_cast<std::size_t>(classIndex)];
     if (bin.first != nullptr)
     {
-        if (bin.aside.count != 0)
-            arena.give(classIndex, bin.aside);
-        bin.aside = listOf(classIndex);
+        const CBlockArena::CRun full = listOf(classIndex);
+        if (bin.stored < depotLength)
+        {
+            bin.depot = new (full.first->user()) CStoredList{bin.depot, full.last};
+            ++bin.stored;
+        }
+        else
+            arena.give(classIndex, full);
         bin.first = nullptr;
     }
     bin.room = listLength(classIndex);
@@ -49,7 +67,7 @@ void CBlockCache::makeRoom(int classIndex) noexcept
 
 int CBlockCache::count(int classIndex) const noexcept
 {
-    return listOf(classIndex).count + bins[static_cast<std::size_t>(classIndex)].aside.count;
+    return listOf(classIndex).count + bins[static_cast<std::size_t>(classIndex)].stored * listLength(classIndex);
 }
 
 }

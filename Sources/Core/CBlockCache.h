@@ -6,10 +6,11 @@
 namespace kor
 {
 
-// One thread's own store of free blocks in front of an arena. Each class has two short lists: blocks are taken from
-// and put on the first; a full one moves aside when one more block comes, and only when both are full (or both are
-// empty) does a whole list go to (or come from) the arena, with one swap of the shared head. Two lists, so that a
-// thread whose use swings around a list's end does not trade with the arena at every step.
+// One thread's own store of free blocks in front of an arena. Blocks of a class are taken from and put on one short list;
+// when it is full and one more comes, it moves to the thread's depot, and an empty one is replaced from there. Only when
+// the depot is full (or empty) does a whole list go to (or come from) the arena, with one swap of the shared head. The
+// depot keeps busy threads from trading their blocks through the arena: a block that changes threads costs a cache miss
+// for its header and more for its bytes, many times the price of the allocation.
 class CBlockCache
 {
 public:
@@ -55,20 +56,33 @@ public:
         return fitting > 64 ? 64 : fitting < 4 ? 4 : fitting;
     }
 
+    /// Most lists in the depot of a class: 1 MB of blocks at most.
+    static constexpr int depotLength = 32;
+
     /// Blocks of a class that lie here. The cache's own thread.
     int count(int classIndex) const noexcept;
 
 private:
+    // A full list in the depot: lies in the user's bytes of its first block, which nobody uses meanwhile.
+    struct CStoredList
+    {
+        CStoredList* below;
+        CBlockArena::CHeader* last;
+    };
+    static_assert(sizeof(CStoredList) <= CBlockArena::userBytes(0));
+
     // All zero at first: no room, so that the first block that comes finds its way to makeRoom.
     struct CBin
     {
         CBlockArena::CHeader* first;
         CBlockArena::CHeader* last;                 // of the list above, while that has blocks
+        CStoredList* depot;
         int room;                                   // blocks that the list still takes
-        CBlockArena::CRun aside;                    // a full list, or empty
+        int stored;                                 // lists in the depot
     };
 
     CBlockArena::CRun listOf(int classIndex) const noexcept;
+    CBlockArena::CRun fetchStored(int classIndex) noexcept;
     void* takeSlowly(int classIndex) noexcept;
     void makeRoom(int classIndex) noexcept;
 
