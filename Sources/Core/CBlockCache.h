@@ -6,11 +6,11 @@
 namespace kor
 {
 
-// One thread's own store of free blocks in front of an arena. Blocks of a class are taken from and put on one short list;
-// when it is full and one more comes, it moves to the thread's depot, and an empty one is replaced from there. Only when
-// the depot is full (or empty) does a whole list go to (or come from) the arena, with one swap of the shared head. The
-// depot keeps busy threads from trading their blocks through the arena: a block that changes threads costs a cache miss
-// for its header and more for its bytes, many times the price of the allocation.
+// One thread's own store of free blocks in front of an arena. Blocks of a class are taken from and put on one short
+// list; when it is full and one more comes, it moves to the thread's depot, and an empty one is replaced from there.
+// Only when the depot is full (or empty) does a whole list go to (or come from) the arena, with one swap of the shared
+// head. The depot keeps busy threads from trading their blocks through the arena: a block that changes threads costs a
+// cache miss for its header and more for its bytes, many times the price of the allocation.
 class CBlockCache
 {
 public:

@@ -327,7 +327,8 @@ TEST(Allocator, CacheStaysBounded)
             cache.give(block, c);
             EXPECT_LE(cache.count(c), (CBlockCache::depotLength + 1) * CBlockCache::listLength(c));
         }
-        EXPECT_LE(static_cast<std::size_t>(cache.count(c)) * CBlockArena::stride(c), (CBlockCache::depotLength + 1) * 32768u);
+        EXPECT_LE(static_cast<std::size_t>(cache.count(c)) * CBlockArena::stride(c),
+                  (CBlockCache::depotLength + 1) * 32768u);
     }
 }
 

@@ -12,6 +12,15 @@ CError CAudioParamConverter::init()
     return {};
 }
 
+CError CAudioParamConverter::readDecimals(int& decimals) const
+{
+    if (hasAttr("decimals"))
+        decimals = getAttrInt("decimals");
+    if (decimals < 0)
+        return KOR_FAIL("Invalid decimals %1 specified.", decimals);
+    return {};
+}
+
 double CAudioParamConverter::parse(const CAudioParamInfo& info, int component, const CStringBuf& text, bool& ok) const
 {
     const double value = parseBare(text, ok);

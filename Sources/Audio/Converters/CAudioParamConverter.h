@@ -50,6 +50,10 @@ public:
     /// Value in display units (dB, %, ms) at a position.
     virtual double normalisedToDisplay(const CAudioParamInfo& info, int component, double x) const;
 
+protected:
+    /// Reads the attribute `decimals` if it is there: "Invalid decimals %1 specified." below 0.
+    CError readDecimals(int& decimals) const;
+
 private:
     CStringBuf labelText;
     bool discrete = false;

@@ -11,11 +11,7 @@ namespace kor
 CError CAudioParamConverterRatio::init()
 {
     KOR_TRY(CAudioParamConverter::init());
-    if (hasAttr("decimals"))
-        decimals = getAttrInt("decimals");
-    if (decimals < 0)
-        return KOR_FAIL("Invalid decimals %1 specified.", decimals);
-    return {};
+    return readDecimals(decimals);
 }
 
 double CAudioParamConverterRatio::parseBare(const CStringBuf& text, bool& ok) const

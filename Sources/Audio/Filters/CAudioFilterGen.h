@@ -21,6 +21,21 @@ public:
     /// grow, except for FIR designs.
     virtual void generate(CAudioFilterSpec& spec, double sampleRate, const CAudioFilterParams& params,
                           const CDCDAWFilterWorkspace* workspace) const = 0;
+
+protected:
+    /// Reads the attribute `type` as one of an enumeration that counts from 0; while the tree starts. Outside: "Invalid
+    /// filter type '%1' specified."
+    template <class T>
+    CError readType(T& type, T last) const
+    {
+        int value = 0;
+        KOR_TRY(readTypeNumber(value, static_cast<int>(last)));
+        type = static_cast<T>(value);
+        return {};
+    }
+
+private:
+    CError readTypeNumber(int& type, int last) const;
 };
 
 }

@@ -13,10 +13,7 @@ namespace kor
 CError CAudioFilterLPHP1Gen::init()
 {
     KOR_TRY(CAudioFilterGen::init());
-    const int value = getAttrInt("type");
-    if (value < 0 || value > static_cast<int>(Type::highPassGain))
-        return KOR_FAIL("Invalid filter type '%1' specified.", getAttrString("type"));
-    type = static_cast<Type>(value);
+    KOR_TRY(readType(type, Type::highPassGain));
     return {};
 }
 

@@ -12,10 +12,7 @@ namespace kor
 CError CAudioFilterMagnusGen::init()
 {
     KOR_TRY(CAudioFilterGen::init());
-    const int value = getAttrInt("type");
-    if (value < 0 || value > static_cast<int>(Type::bandPassNyquist))
-        return KOR_FAIL("Invalid filter type '%1' specified.", getAttrString("type"));
-    type = static_cast<Type>(value);
+    KOR_TRY(readType(type, Type::bandPassNyquist));
     return {};
 }
 

@@ -13,10 +13,7 @@ namespace kor
 CError CAudioFilterRBJGen::init()
 {
     KOR_TRY(CAudioFilterGen::init());
-    const int value = getAttrInt("type");
-    if (value < 0 || value > static_cast<int>(Type::lowLessHigh))
-        return KOR_FAIL("Invalid filter type '%1' specified.", getAttrString("type"));
-    type = static_cast<Type>(value);
+    KOR_TRY(readType(type, Type::lowLessHigh));
     isQ = getAttrBool("is-q");
     isType2 = getAttrBool("is-type2");
     isInverted = getAttrBool("is-inverted");

@@ -105,7 +105,8 @@ void CBiquadBlock::design(const CBiquadCoefficients& c) noexcept
     }
 
     // With I + e the step of one sample, or its negative where poles turn by half a circle:
-    // (I + e)^2 = I + (2 e + e e), three times, for eight samples. The identity never mixes with what is small beside it.
+    // (I + e)^2 = I + (2 e + e e), three times, for eight samples. The identity never mixes with what is small beside
+    // it.
     static_assert(length == 8);
     const Real sign = side < 0.0 ? -1.0L : 1.0L;
     Real e[2][2] = {{sign * exact.nextW, sign * exact.nextW}, {sign * exact.nextD, sign * exact.nextD - 1.0L}};

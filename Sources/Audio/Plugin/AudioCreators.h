@@ -8,8 +8,8 @@
 namespace kor
 {
 
-/// The object types of the audio side, all rooms of it and the framework's own, for the application's creator table. Any thread; the rows live
-/// as long as the process.
+/// The object types of the audio side, all rooms of it and the framework's own, for the application's creator table.
+/// Any thread; the rows live as long as the process.
 std::span<const CCreatorRow> allCreators();
 
 }

@@ -368,7 +368,8 @@ TEST(Stages, ForgetTheMemoryOfHalfTheRate)
                     largest = std::max(largest, std::abs(v));
                 return largest;
             };
-            EXPECT_LE(peak(moved), 2.0 * std::max(peak(out), peak(settled))) << type << " " << target << " " << bandwidth;
+            EXPECT_LE(peak(moved), 2.0 * std::max(peak(out), peak(settled)))
+                << type << " " << target << " " << bandwidth;
         }
 }
 
