@@ -84,7 +84,8 @@ TEST_F(Curve, OfTheChainIsTheSumOfItsBands)
 
 TEST_F(Curve, IsFlatWithoutBandsAndNullWhereNothingPasses)
 {
-    for (const auto& db : curveOf({})["db"])
+    const auto flat = curveOf({});
+    for (const auto& db : flat["db"])
         EXPECT_EQ(db, 0.0);
     const auto blocked = curveOf(joined({{"--at", "0,1000"}, band("mode", 0, "Hi-pass 12")}));
     EXPECT_TRUE(blocked["db"][0].is_null());
