@@ -52,7 +52,7 @@ void CAudioFilterStages::update(const CAudioFilterSpec& spec, double sampleRate)
 {
     const auto stages = spec.stages();
     if (std::ranges::any_of(stages, [](const CAudioFilterStage& stage) { return stage.kind == nullptr; }))
-        {
+    {
         clear();
         return;
     }

@@ -30,61 +30,39 @@ double stepSample(const CBiquadStep& c, double side, double& w, double& d, doubl
 
 }
 
-CBiquadStage::CBiquadStage(const CBiquadCoefficients& coefficients, double sampleRate) noexcept : current(coefficients)
+CBiquadStage::CBiquadStage(const CBiquadCoefficients& coefficients, double sampleRate) noexcept
 {
-    block.design(current);
+    walk.current = coefficients;
+    block.design(walk.current);
     side = block.side;
-    fade.setLength(fadeSeconds, sampleRate);
+    walk.fade.setLength(fadeSeconds, sampleRate);
 }
 
 void CBiquadStage::update(const CBiquadCoefficients& coefficients) noexcept
 {
-    if (fade.remaining > 0)
-    {
-        pending = coefficients;
-        hasPending = true;
-        return;
-    }
-    target = coefficients;
-    startFade();
+    walk.aim(coefficients, [this]() noexcept { prepareFade(); });
 }
 
-void CBiquadStage::startFade() noexcept
+void CBiquadStage::prepareFade() noexcept
 {
-    const bool startsAnew = growsAtHalfRate(current);
+    const bool startsAnew = growsAtHalfRate(walk.current);
     if (startsAnew)
         memory = {};
     oldSide = side;
     oldMemory = memory;
-    oldStep = biquadStep(current, oldSide);
-    side = biquadSide(target);
+    oldStep = biquadStep(walk.current, oldSide);
+    side = biquadSide(walk.target);
     memory = biquadMemoryFor(memory, oldSide, side);
-    toStep = biquadStep(target, side);
-    fromStep = startsAnew ? toStep : biquadStep(current, side);
-    fade.start();
+    toStep = biquadStep(walk.target, side);
+    fromStep = startsAnew ? toStep : biquadStep(walk.current, side);
 }
 
 void CBiquadStage::process(const double* in, double* out, int count) noexcept
 {
-    while (fade.remaining > 0 && count > 0)
-    {
-        const int run = std::min(count, fade.remaining);
-        processFade(in, out, run);
-        in += run;
-        out += run;
-        count -= run;
-        if (fade.remaining > 0)
-            break;
-        current = target;
-        if (hasPending)
-        {
-            hasPending = false;
-            target = pending;
-            startFade();
-        }
-        else
-            block.design(current);
-    }
+    walk.run(
+        in, out, count,
+        [this](const double* from, double* to, int length) noexcept { processFade(from, to, length); },
+        [this]() noexcept { prepareFade(); }, [this]() noexcept { block.design(walk.current); });
     if (count > 0)
         processBiquad(block, memory, in, out, count);
     dropUnusableMemory();
@@ -100,7 +78,7 @@ void CBiquadStage::dropUnusableMemory() noexcept
 
 void CBiquadStage::processFade(const double* in, double* out, int count) noexcept
 {
-    CCoefficientFade f = fade;
+    CCoefficientFade f = walk.fade;
     const CBiquadStep old = oldStep;
     const CBiquadStep from = fromStep;
     const CBiquadStep to = toStep;
@@ -127,7 +105,7 @@ void CBiquadStage::processFade(const double* in, double* out, int count) noexcep
     oldMemory = {oldW, oldD};
     memory = {w, d};
     f.remaining -= count;
-    fade = f;
+    walk.fade = f;
 }
 
 namespace

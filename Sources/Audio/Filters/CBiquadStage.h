@@ -3,7 +3,7 @@
 
 #include "Audio/Filters/CAudioFilterStageKind.h"
 #include "Audio/Filters/CBiquadStateSpace.h"
-#include "Audio/Filters/CCoefficientFade.h"
+#include "Audio/Filters/CCoefficientWalk.h"
 
 namespace kor
 {
@@ -25,17 +25,13 @@ public:
     void process(const double* in, double* out, int count) noexcept;
 
 private:
-    void startFade() noexcept;
+    void prepareFade() noexcept;
     void dropUnusableMemory() noexcept;
     void processFade(const double* in, double* out, int count) noexcept;
 
-    CBiquadBlock block;                     // of `current`
-    CBiquadCoefficients current;
-    CBiquadCoefficients target;
-    CBiquadCoefficients pending;
-    bool hasPending = false;
+    CBiquadBlock block;                     // of walk.current
+    CCoefficientWalk<CBiquadCoefficients> walk;
     CBiquadMemory memory;                   // of the settled filter, or of the one that fades in
-    CCoefficientFade fade;
 
     // While a fade runs.
     CBiquadMemory oldMemory;

@@ -8,48 +8,29 @@ namespace kor
 {
 
 CFirstOrderStage::CFirstOrderStage(const CFirstOrderCoefficients& coefficients, double sampleRate) noexcept
-    : current(coefficients), target(coefficients)
 {
-    fade.setLength(fadeSeconds, sampleRate);
+    walk.current = walk.target = coefficients;
+    walk.fade.setLength(fadeSeconds, sampleRate);
 }
 
 void CFirstOrderStage::update(const CFirstOrderCoefficients& coefficients) noexcept
 {
-    if (fade.remaining > 0)
-    {
-        pending = coefficients;
-        hasPending = true;
-        return;
-    }
-    target = coefficients;
-    fade.start();
+    walk.aim(coefficients, []() noexcept {});
 }
 
 void CFirstOrderStage::updateToIdentity() noexcept
 {
-    update({hasPending ? pending.k : target.k, 1.0, 0.0});
+    update({walk.goal().k, 1.0, 0.0});
 }
 
 void CFirstOrderStage::process(const double* in, double* out, int count) noexcept
 {
-    while (fade.remaining > 0 && count > 0)
-    {
-        const int run = std::min(count, fade.remaining);
-        processFade(in, out, run);
-        in += run;
-        out += run;
-        count -= run;
-        if (fade.remaining > 0)
-            break;
-        current = target;
-        if (hasPending)
-        {
-            hasPending = false;
-            target = pending;
-            fade.start();
-        }
-    }
-    const CFirstOrderCoefficients c = current;
+    const auto nothing = []() noexcept {};
+    walk.run(
+        in, out, count,
+        [this](const double* from, double* to, int length) noexcept { processFade(from, to, length); }, nothing,
+        nothing);
+    const CFirstOrderCoefficients c = walk.current;
     double state = s;
     for (int i = 0; i < count; ++i)
     {
@@ -62,9 +43,9 @@ void CFirstOrderStage::process(const double* in, double* out, int count) noexcep
 
 void CFirstOrderStage::processFade(const double* in, double* out, int count) noexcept
 {
-    CCoefficientFade f = fade;
-    const CFirstOrderCoefficients from = current;
-    const CFirstOrderCoefficients to = target;
+    CCoefficientFade f = walk.fade;
+    const CFirstOrderCoefficients from = walk.current;
+    const CFirstOrderCoefficients to = walk.target;
     double state = s;
     for (int i = 0; i < count; ++i)
     {
@@ -77,7 +58,7 @@ void CFirstOrderStage::processFade(const double* in, double* out, int count) noe
     }
     s = state;
     f.remaining -= count;
-    fade = f;
+    walk.fade = f;
 }
 
 namespace

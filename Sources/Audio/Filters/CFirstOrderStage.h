@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Audio/Filters/CAudioFilterStageKind.h"
-#include "Audio/Filters/CCoefficientFade.h"
+#include "Audio/Filters/CCoefficientWalk.h"
 
 namespace kor
 {
@@ -35,12 +35,8 @@ public:
 private:
     void processFade(const double* in, double* out, int count) noexcept;
 
-    CFirstOrderCoefficients current;
-    CFirstOrderCoefficients target;
-    CFirstOrderCoefficients pending;
-    bool hasPending = false;
+    CCoefficientWalk<CFirstOrderCoefficients> walk;
     double s = 0.0;
-    CCoefficientFade fade;
 };
 
 /// The stage kind of one of the three ids.
