@@ -4,6 +4,7 @@
 #include "Audio/Filters/CBiquadKernel.h"
 #include "Audio/Filters/CBiquadStage.h"
 #include "Audio/Filters/CDCDAWFilterWorkspace.h"
+#include "CPlainBiquad.h"
 
 #include <benchmark/benchmark.h>
 
@@ -21,27 +22,6 @@ using namespace kor;
 constexpr int blockSize = 512;
 constexpr int channels = 2;
 const CBiquadCoefficients bell{1.0228121181, -1.8271132191, 0.8172136029, -1.8256441797, 0.8385566815};
-
-struct CPlain
-{
-    double w1 = 0.0, w2 = 0.0;
-
-    [[gnu::noinline]] void process(const double* in, double* out, int count)
-    {
-        const double c0 = bell.b0, c1 = bell.b1, c2 = bell.b2, c3 = -bell.a1, c4 = -bell.a2;
-        double s1 = w1;
-        double s2 = w2;
-        for (int i = 0; i < count; ++i)
-        {
-            const double w = in[i] + c3 * s1 + c4 * s2;
-            out[i] = c0 * w + c1 * s1 + c2 * s2;
-            s2 = s1;
-            s1 = w;
-        }
-        w1 = s1;
-        w2 = s2;
-    }
-};
 
 // A band as the module runs it: through the operations of its stage kind.
 class CBand
@@ -64,23 +44,11 @@ private:
     alignas(64) std::byte memory[sizeof(CBiquadStage)];
 };
 
-std::vector<double> noise()
-{
-    std::vector<double> samples(blockSize);
-    unsigned state = 1;
-    for (double& x : samples)
-    {
-        state = state * 1664525u + 1013904223u;
-        x = state / 2147483648.0 - 1.0;
-    }
-    return samples;
-}
-
 template <class Band>
 void processStereo(benchmark::State& state)
 {
     Band bands[channels];
-    const std::vector<double> in = noise();
+    const std::vector<double> in = noise(blockSize);
     std::vector<double> out[channels] = {in, in};
     for ([[maybe_unused]] auto _ : state)
         for (int c = 0; c < channels; ++c)
@@ -104,7 +72,7 @@ void kernelBuild(benchmark::State& state)
     CBiquadBlock block;
     block.design(bell);
     CBiquadMemory memory;
-    const std::vector<double> in = noise();
+    const std::vector<double> in = noise(blockSize);
     std::vector<double> out(in);
     for ([[maybe_unused]] auto _ : state)
     {
@@ -118,7 +86,7 @@ void kernelBuild(benchmark::State& state)
 void fadingBand(benchmark::State& state)
 {
     CBand band;
-    const std::vector<double> in = noise();
+    const std::vector<double> in = noise(blockSize);
     std::vector<double> out(in);
     double gain = 1.0;
     for ([[maybe_unused]] auto _ : state)
@@ -146,9 +114,9 @@ void designBlock(benchmark::State& state)
 void ratio(benchmark::State& state)
 {
     using Clock = std::chrono::steady_clock;
-    CPlain plain[channels];
+    CPlainBiquad plain[channels];
     CBand band[channels];
-    const std::vector<double> in = noise();
+    const std::vector<double> in = noise(blockSize);
     std::vector<double> out[channels] = {in, in};
     const auto time = [&](auto& filters)
     {
@@ -177,7 +145,7 @@ void ratio(benchmark::State& state)
     state.counters["ratio_median"] = bandNs[bandNs.size() / 2] / plainNs[plainNs.size() / 2];
 }
 
-BENCHMARK(processStereo<CPlain>)->Name("plain loop, stereo");
+BENCHMARK(processStereo<CPlainBiquad>)->Name("plain loop, stereo");
 BENCHMARK(processStereo<CBand>)->Name("settled band, stereo");
 BENCHMARK(ratio)->Name("ratio of band to plain loop");
 BENCHMARK(kernelBuild)->Name("kernel build")->DenseRange(0, 4);

@@ -29,7 +29,7 @@ enum class Start
 // The process-wide state. Never destroyed: hosts may leave instances alive past the end of static objects.
 struct CProcessState
 {
-    CLock lock;                                     // start, end and the shared tree's coming and going
+    CLock lock{CLockRank::application};             // start, end and the shared tree's coming and going
     Start start = Start::notTried;
     std::string failure;                            // of a start that failed, for all who ask again
     bool hasExitHandler = false;

@@ -1,32 +1,23 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "Core/CStream.h"
-#include "Platform/CLock.h"
+#include "Core/CBridgeBase.h"
+#include "Core/CDataFiles.h"
+
+#include <functional>
 
 namespace kor
 {
 
-/// Is told that a data file has new contents, on the thread that wrote them. It may read the store, but neither write
-/// it nor add or remove observers.
-class CDataObserver
-{
-public:
-    virtual ~CDataObserver() = default;
-    virtual void onDataWritten(const CStringBuf& name) = 0;
-};
-
 // A store of small named data files: preset lists, settings, window positions. What is found once is kept, so that
-// each file is read once per process; what one instance writes the others see at once. A file is looked for in the
-// user's directory, the machine's, the module's own, and last among the embedded resources, and the first candidate
-// that decodes is taken. Only the user's directory is written. Any thread but the audio thread.
-class CApplicationData
+// each file is read once per process; what one instance writes the others see at once. CApplicationDataBridge tells of
+// writes. No fault of a file or a disk changes what the process runs with. Any thread but the audio thread.
+class CApplicationData : public CBridgeBase
 {
 public:
     /// Both are parts of paths and resource names: "Vendor/Product/", "AppData_".
     CApplicationData(const CStringBuf& storeSubdirectory, const CStringBuf& storeResourcePrefix);
-    CApplicationData(const CApplicationData&) = delete;
-    CApplicationData& operator=(const CApplicationData&) = delete;
+    ~CApplicationData() override;
 
     enum class Source
     {
@@ -37,53 +28,40 @@ public:
     /// The contents of a data file, empty when there is none. A name is a plain file name without "/".
     void read(const CStringBuf& name, CByteArray& out, std::uint32_t id, Source source = Source::cache);
 
-    /// Keeps the data and writes the file as a whole; a failure of the file is logged. Then tells all observers of the
-    /// name but `except`.
+    /// Keeps the data and writes the file as a whole; a failure of the file is logged, in one line, and the next write
+    /// tries again. Then tells all bridges of the name but `except`, on this thread.
     void write(const CStringBuf& name, const void* data, std::size_t size, std::uint32_t id,
-               const CDataObserver* except = nullptr);
+               const CBridge* except = nullptr);
 
-    /// A small number that stands for the name as long as the store lives.
-    int idOf(const CStringBuf& name);
+    /// Makes the new contents of the old ones, or returns false to leave all as it is.
+    using CEdit = std::function<bool(CByteArray& bytes)>;
 
-    /// The observer must be removed before it goes; once removeObserver returns it is not called any more.
-    void addObserver(const CStringBuf& name, CDataObserver& observer);
-    void removeObserver(CDataObserver& observer);
+    /// Changes a list that other windows and processes change too, so that nobody's entries are lost: the file is read
+    /// anew and replaced while nobody else changes it. `change` finds its target in what it gets, by identity, since
+    /// places may have moved; no lock of this process is held over it, but it must not change the same file by another
+    /// call. On failure file and kept data stay as they were. A file that does not decode is set aside first.
+    CError edit(const CStringBuf& name, std::uint32_t id, const CEdit& change, const CBridge* except = nullptr);
+
+    /// A small number above 0 that stands for the file name as long as the store lives.
+    int getBridgeKey(const CStringBuf& name) override;
 
     /// For tests, which change the data folders within one process: drops all that was kept and looks again.
     void forgetForTests();
 
 private:
-    enum class Paths
-    {
-        notTried,
-        resolved,
-        failed
-    };
-
     struct CEntry
     {
         bool isKnown = false;
         CByteArray bytes;
     };
 
-    void resolvePaths();
     CEntry& entryOf(const CStringBuf& name);
-    bool readFiles(const CStringBuf& name, CByteArray& out, std::uint32_t id, bool& wasDamaged) const;
-    CError writeFile(const CStringBuf& name, const void* data, std::size_t size, std::uint32_t id) const;
+    bool hasFiles();
 
-    const CStringBuf subdirectory;
-    const CStringBuf resourcePrefix;
-
-    CLock lock;                                     // all below up to the observers, and the files
-    Paths paths = Paths::notTried;
-    CStringBuf userDirectory;
-    CStringBuf machineDirectory;
-    CStringBuf moduleDirectory;
+    CLock lock{CLockRank::store};                   // all below, and the files
+    CDataFiles files;
     CMap<CStringBuf, int> ids;
     CMap<int, CEntry> cache;
-
-    CLock observerLock;                             // held while observers are told
-    CMap<int, CArray<CDataObserver*>> observers;
 };
 
 /// Data of all plug-ins of the family.

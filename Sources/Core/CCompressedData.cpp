@@ -36,7 +36,9 @@ bool isAvailable(std::size_t bytes) noexcept
     return true;
 }
 
-// Room doubles as data arrives, so that a false size field costs no more than the data that really comes.
+// Room doubles as data arrives, so that a false size field costs no more than the data that really comes. The bound:
+// deflate makes at most 1032 bytes of one, and while room grows the old and the new, twice as large, are there together,
+// so a block of n bytes costs at most 3 x 1032 x n bytes, or 64 KB.
 CError inflateAll(CInputZipStream& zip, CByteArray& data, std::size_t size)
 {
     while (data.size() < size)

@@ -15,7 +15,7 @@ namespace
 // queued; servers and bridge queues take only locks of their own below it.
 struct CServerRegistry
 {
-    CLock lock;
+    CLock lock{CLockRank::serverRegistry};
     CMap<int, CNotifyServer*> servers;
     int nextId = 0;
 };

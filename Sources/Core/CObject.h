@@ -13,8 +13,10 @@
 namespace kor
 {
 
+class CBridgedHandler;
 class CNotifyServer;
 class CObjectEventBridge;
+class CTargetBase;
 class CTemplateBody;
 class CTreeReader;
 
@@ -142,6 +144,9 @@ public:
     CError runEventBridged(CObject& sender, const CStringBuf& handlerName, CAttrMap& params);
     CError releaseBridged();
 
+    /// What other threads need to run a handler of this object through its bridge, by value. The tree's own thread.
+    CBridgedHandler bridgedHandler(const CStringBuf& handlerName) const;
+
     /// The receiving end of a posted event: runs the handler "listener-proc" of the object "listener", found from
     /// here, if its id is "listener-id"; otherwise the event is stale and dropped. The tree's own thread.
     CError deliverPosted(CAttrMap& params);
@@ -174,6 +179,7 @@ protected:
 private:
     friend class CAttrExpansion;
     friend class CNotifyServer;
+    friend class CTargetBase;
     friend class CTreeReader;
 
     /// Who follows this object: nothing in `attrs` means all attributes, else own name to the follower's name.
@@ -229,6 +235,7 @@ private:
     void withdrawLinks();
     CObject* findNearestNamed(const CStringBuf& baseName);
     const CObject* nearestBridgeOwner() const noexcept;
+    void addressPost(CAttrMap& params, const CObject& sender, const CStringBuf& handlerName) const;
 
     const CObjectClassInfo* classInfo = nullptr;
     const std::uint64_t creationOrder;              // over all trees of the process
@@ -255,6 +262,7 @@ private:
     CMap<CStringBuf, CObject*> templates;
     CMap<std::uint64_t, CDependent> attrDependents; // by the dependent's creationOrder
     CSet<CObject*> attrSources;
+    CTargetBase* followers = nullptr;               // targets that point here; they turn null when this goes
 };
 
 template <class T>

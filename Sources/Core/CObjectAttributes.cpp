@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Core/CAttrExpansion.h"
 #include "Core/CObject.h"
+#include "Core/CTarget.h"
 
 namespace kor
 {
@@ -259,6 +260,9 @@ void CObject::withdrawLinks()
     for (const auto& [order, dependent] : attrDependents)
         dependent.object->attrSources.erase(this);
     attrDependents.clear();
+    for (CTargetBase* follower = followers; follower != nullptr; follower = follower->nextOfSource)
+        follower->source = nullptr;
+    followers = nullptr;
 }
 
 CObject* CObject::findNearestNamed(const CStringBuf& baseName)

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "Core/CBridgedHandler.h"
 #include "Core/CLog.h"
 #include "Core/CNotifyServer.h"
 #include "Core/CObject.h"
-#include "Core/CObjectEventBridge.h"
 
 namespace kor
 {
@@ -74,12 +74,27 @@ CError CObject::runEventBridged(CObject& sender, const CStringBuf& handlerName, 
     const CObject* owner = nearestBridgeOwner();
     if (owner == nullptr)
         return {};
+    addressPost(params, sender, handlerName);
+    KOR_TRY(owner->bridge->post(params));
+    return {};
+}
+
+CBridgedHandler CObject::bridgedHandler(const CStringBuf& handlerName) const
+{
+    const CObject* owner = nearestBridgeOwner();
+    if (owner == nullptr)
+        return {};
+    CAttrMap params;
+    addressPost(params, *this, handlerName);
+    return CBridgedHandler(owner->bridge, std::move(params));
+}
+
+void CObject::addressPost(CAttrMap& params, const CObject& sender, const CStringBuf& handlerName) const
+{
     params["sender"].setPlainString(sender.fullNameText);
     params["listener"].setPlainString(fullNameText);
     params["listener-id"].setInt(id);
     params["listener-proc"].setPlainString(handlerName);
-    KOR_TRY(owner->bridge->post(params));
-    return {};
 }
 
 CError CObject::releaseBridged()

@@ -26,6 +26,9 @@ public:
     /// Puts the new file in place. On failure the old one is untouched and the new one is removed.
     CError commit();
 
+    /// Removes the new files that writers of `path` left who died; nobody may be writing it.
+    static void removeLeftovers(const CStringBuf& path);
+
 private:
     CError bringToDisk();
     void discard() noexcept;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace kor
 {
@@ -21,6 +22,9 @@ public:
 
     /// Creates a directory and its parents; true when it exists afterwards.
     static bool create(const std::string& path);
+
+    /// Names of what lies in a directory; none if it cannot be read.
+    static std::vector<std::string> list(const std::string& path);
 };
 
 }

@@ -1,17 +1,26 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "Platform/CLockOrder.h"
+
 #include <mutex>
 
 namespace kor
 {
 
 // The one lock of the system: recursive, not fair, held for short times. Entering a lock that another thread holds
-// is counted per thread, so that a test can prove that the audio thread never waited (see waitsOfThisThread).
+// is counted per thread, so that a test can prove that the audio thread never waited (see waitsOfThisThread). Builds
+// with assertions end the process with both names when a thread takes locks in another order than CLockRank states.
 class CLock
 {
 public:
-    CLock() = default;
+    /// Only the locks that others are taken under need a rank of their own.
+    explicit CLock([[maybe_unused]] CLockRank place = CLockRank::leaf)
+#ifndef NDEBUG
+        : rank(place)
+#endif
+    {
+    }
     CLock(const CLock&) = delete;
     CLock& operator=(const CLock&) = delete;
 
@@ -29,6 +38,9 @@ public:
 
 private:
     std::recursive_mutex mutex;
+#ifndef NDEBUG
+    const CLockRank rank;
+#endif
 };
 
 /// Holds a CLock for a scope.

@@ -50,12 +50,19 @@ public:
     int lock();
     int unlock();
 
+    /// The same without waiting: isBusy tells whether another holds the lock.
+    int tryLock();
+    static bool isBusy(int code) noexcept;
+
     /// Returns when the contents are on the disk.
     int flush();
 
     /// Puts the file `from` in the place of `to` in one step, and makes the change durable.
     static int rename(const std::string& from, const std::string& to);
     static int remove(const std::string& path);
+
+    /// Whether anything has that name, a directory or a file that may not be opened too.
+    static bool exists(const std::string& path);
 
     /// Number of this process, for names that must not meet another process's.
     static long processId();

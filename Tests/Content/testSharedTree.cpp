@@ -2,16 +2,10 @@
 #include "Audio/Converters/CAudioParamConverter.h"
 #include "Audio/Filters/CAudioFilterGen.h"
 #include "Audio/Filters/CAudioFilterGenArray.h"
-#include "Audio/Graph/CAudioGraphHost.h"
-#include "Audio/Parameters/CAudioParam.h"
+#include "Audio/Parameters/CAudioParamInfo.h"
 #include "Audio/Plugin/AudioCreators.h"
-#include "Audio/Plugin/CAudioInstance.h"
-#include "Core/CLog.h"
-#include "MorvaResources.h"
-#include "Support/CFreshDataFolders.h"
-#include "Support/CTestTree.h"
+#include "SharedTree.h"
 
-#include <cmath>
 #include <fstream>
 #include <set>
 #include <vector>
@@ -24,52 +18,9 @@ namespace
 
 using namespace std::string_literals;
 
-// Starts the real application once and keeps what it logged.
-class SharedTree : public ::testing::Test
-{
-protected:
-    struct CLines : CLogListener
-    {
-        void onLogLine(const CStringBuf& line) override { all.push_back(line.toUtf8()); }
-        std::vector<std::string> all;
-    };
-
-    static void SetUpTestSuite()
-    {
-        static CFreshDataFolders folders;
-        static CLines lines;
-        logged = &lines;
-        CLog::setListener(logged);
-        CApplicationSetup setup;
-        setup.creators = allCreators();
-        setup.resources = morvaResources;
-        EXPECT_TRUE(succeeded(CApplication::initApplication(setup)));
-        ASSERT_NE(CApplication::getSharedRoot(), nullptr);
-    }
-
-    static void TearDownTestSuite() { CLog::setListener(nullptr); }
-
-    static CObject& at(const std::string& path)
-    {
-        CObject* found = CApplication::getSharedRoot()->findObject(CStringBuf(std::string_view(path)));
-        if (found == nullptr)
-        {
-            ADD_FAILURE() << "no object '" << path << "'";
-            return *CApplication::getSharedRoot();
-        }
-        return *found;
-    }
-
-    static std::string attr(const std::string& path, const char* name) { return at(path).getAttrString(name).toUtf8(); }
-
-    static CLines* logged;
-};
-
-SharedTree::CLines* SharedTree::logged = nullptr;
-
 TEST_F(SharedTree, LoadsWithoutAComplaint)
 {
-    for (const std::string& line : logged->all)
+    for (const std::string& line : logged())
         EXPECT_TRUE(line.starts_with("Initializing application") || line.starts_with("Finalizing application")) << line;
 }
 
@@ -103,6 +54,9 @@ TEST_F(SharedTree, CarriesTheIdentityThatHostsAndProjectsReferTo)
     };
     for (const auto& row : rows)
         EXPECT_EQ(attr("project", row.name), row.value) << row.name;
+    for (const char* name : {"use-spectrum", "use-oversampling", "use-routing", "use-mid-side", "use-denorm",
+                             "use-metering", "use-bypass"})
+        EXPECT_EQ(attr("project", name), "true") << name;
     EXPECT_EQ(attr("project", "plugin-uuid").size(), 36u);
     EXPECT_EQ(attr("project", "plugin-code"), "q7ne");
     EXPECT_EQ(attr("audio", "plugin-tag"), "plugin");
@@ -164,103 +118,6 @@ TEST_F(SharedTree, GivesEachFilterListItsGenerators)
             EXPECT_EQ(generator->fullName().toUtf8(), "audio.flt."s + names[static_cast<std::size_t>(i)]) << path;
         }
     }
-}
-
-TEST_F(SharedTree, DefinesTheParametersOfABand)
-{
-    CAudioInstance instance;
-    ASSERT_TRUE(succeeded(instance.create()));
-    EXPECT_EQ(instance.channelCount(), 8);
-    EXPECT_EQ(instance.groupCount(), 8);
-    EXPECT_EQ(instance.bandCount(), 5);
-    EXPECT_EQ(instance.defaultGrouping(8), (std::vector<int>{0, 0, 1, 1, 2, 2, 3, 3}));
-
-    const double gain30 = std::pow(10.0, 1.5);
-    const struct
-    {
-        const char* name;
-        double low;
-        double high;
-        std::vector<double> defaults;
-        const char* visualName;
-    } rows[] = {
-        {"mode", 0, 20, {0, 0, 0, 0, 0}, "Filter type"},
-        {"freq", 20, 96000, {31, 125, 500, 2000, 8000, 31}, "Filter frequency"},
-        {"bw", 0.01, 7, {2.5, 2.5}, "Filter bandwidth"},
-        {"gain", 1 / gain30, gain30, {1, 1}, "Filter gain"},
-    };
-    for (const auto& row : rows)
-    {
-        CAudioParam* param = instance.findParam(CStringBuf(std::string_view("modMorvaEQ.eq-params."s + row.name)));
-        ASSERT_NE(param, nullptr) << row.name;
-        const CAudioParamInfo& info = param->info();
-        EXPECT_NEAR(info.minValue(0), row.low, 1e-12 * row.high) << row.name;
-        EXPECT_NEAR(info.maxValue(0), row.high, 1e-12 * row.high) << row.name;
-        EXPECT_TRUE(info.isGlobal && info.isStorable && !info.isPersistent) << row.name;
-        EXPECT_FALSE(info.isSingleGroup || info.isSingleElement) << row.name;
-        EXPECT_EQ(info.visualName.toUtf8(), row.visualName) << row.name;
-        for (int group : {0, 7})
-        {
-            for (std::size_t e = 0; e < row.defaults.size(); ++e)
-                EXPECT_NEAR(param->getValue(group, static_cast<int>(e)), row.defaults[e], 1e-12) << row.name << e;
-        }
-    }
-
-    const char* const states[] = {
-        "Off",        "Peaking",    "Peaking Inv", "Peaking Hrm", "Peaking Plain", "Lo-shelf", "Hi-shelf",
-        "Lo-pass 12", "Hi-pass 12", "Lo-pass 24",  "Hi-pass 24",  "Notch",         "Notch 4",  "Notch 8",
-        "Peaking 4",  "Peaking 8",  "Bandpass",    "Lo-pass 6",   "Hi-pass 6"};
-    const char* const shortStates[] = {
-        "Off",  "Peaking", "PeakInv", "PeakHrm", "PeakPln", "Lo-shlf", "Hi-shlf", "LP12",  "HP12", "LP24",
-        "HP24", "Notch",   "Notch4",  "Notch8",  "Peak4",   "Peak8",   "BPass",   "LP6",   "HP6"};
-    const CAudioParamInfo& mode = instance.findParam("modMorvaEQ.eq-params.mode")->info();
-    ASSERT_EQ(mode.stateNames().size(), std::size(states));
-    for (int i = 0; i < static_cast<int>(std::size(states)); ++i)
-    {
-        CStringBuf text;
-        mode.converter()->format(text, mode, 0, i, CAudioParamTextMode::normal);
-        EXPECT_EQ(text.toUtf8(), states[i]);
-        mode.converter()->format(text, mode, 0, i, CAudioParamTextMode::compact);
-        EXPECT_EQ(text.toUtf8(), shortStates[i]);
-    }
-}
-
-// Two instances share what is read-only and nothing else.
-TEST_F(SharedTree, KeepsInstancesApart)
-{
-    CAudioInstance first;
-    CAudioInstance second;
-    ASSERT_TRUE(succeeded(first.create()));
-    ASSERT_TRUE(succeeded(second.create()));
-    first.findParam("modMorvaEQ.eq-params.freq")->setValue(0, 0, 440.0);
-    EXPECT_DOUBLE_EQ(first.findParam("modMorvaEQ.eq-params.freq")->getValue(0, 0), 440.0);
-    EXPECT_DOUBLE_EQ(second.findParam("modMorvaEQ.eq-params.freq")->getValue(0, 0), 31.0);
-}
-
-// With nothing set, every sample comes out as it went in, to the bit and without delay.
-TEST_F(SharedTree, PassesSoundUnchangedByDefault)
-{
-    CAudioInstance instance;
-    ASSERT_TRUE(succeeded(instance.create()));
-    const std::vector<int> groups = instance.defaultGrouping(3);
-    ASSERT_TRUE(succeeded(instance.graph().setLayout(groups, 48000.0)));
-    EXPECT_EQ(instance.graph().latency(), 0);
-
-    constexpr int frames = 1500;
-    std::vector<std::vector<double>> in(3, std::vector<double>(frames)), out(3, std::vector<double>(frames, 7.0));
-    unsigned state = 1;
-    for (auto& channel : in)
-    {
-        for (double& sample : channel)
-        {
-            state = state * 1664525u + 1013904223u;
-            sample = state / 2147483648.0 - 1.0;
-        }
-    }
-    const double* from[] = {in[0].data(), in[1].data(), in[2].data()};
-    double* to[] = {out[0].data(), out[1].data(), out[2].data()};
-    instance.graph().process(from, to, 3, frames);
-    EXPECT_EQ(in, out);
 }
 
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Core/CApplicationData.h"
+#include "Core/CApplicationDataBridge.h"
 
 #include "Core/CFileReader.h"
 #include "Core/CFileWriter.h"
@@ -34,7 +34,7 @@ protected:
 
     std::string reload(const char* name) { return read(name, CApplicationData::Source::reload); }
 
-    void write(const char* name, const std::string& text, const CDataObserver* except = nullptr)
+    void write(const char* name, const std::string& text, const CBridge* except = nullptr)
     {
         store.write(name, text.data(), text.size(), id, except);
     }
@@ -62,11 +62,16 @@ protected:
     CApplicationData store{subdirectory, "TestData_"};
 };
 
-class CCounter : public CDataObserver
+struct CCounter
 {
-public:
-    void onDataWritten(const CStringBuf& name) override { names += name.toUtf8() + " "; }
+    CCounter(CApplicationData& store, const char* name) { EXPECT_TRUE(bridge.attach(store, name)); }
+    CError onWritten(const CStringBuf& name)
+    {
+        names += name.toUtf8() + " ";
+        return {};
+    }
     std::string names;
+    CApplicationDataBridge<CCounter> bridge{*this, &CCounter::onWritten};
 };
 
 void addResource(const std::string& name, const std::string& text)
@@ -173,43 +178,39 @@ TEST_F(ApplicationData, WithoutDirectoriesEverythingIsEmpty)
     EXPECT_EQ(read("a"), "kept");
 }
 
-TEST_F(ApplicationData, TellsObserversOfTheName)
+TEST_F(ApplicationData, TellsBridgesOfTheName)
 {
-    CCounter a;
-    CCounter b;
-    CCounter other;
-    store.addObserver("a", a);
-    store.addObserver("a", b);
-    store.addObserver("other", other);
+    CCounter a(store, "a");
+    CCounter b(store, "a");
+    CCounter other(store, "other");
     write("a", "1");
-    write("a", "2", &a);
+    write("a", "2", &a.bridge);
     EXPECT_EQ(a.names, "a ");
     EXPECT_EQ(b.names, "a a ");
     EXPECT_EQ(other.names, "");
-    store.removeObserver(b);
+    b.bridge.detach();
     write("a", "3");
     EXPECT_EQ(a.names, "a a ");
     EXPECT_EQ(b.names, "a a ");
-    EXPECT_EQ(store.idOf("a"), store.idOf("a"));
-    EXPECT_NE(store.idOf("a"), store.idOf("other"));
 }
 
-TEST_F(ApplicationData, ObserverMayReadWhileOthersWrite)
+TEST_F(ApplicationData, BridgeMayReadWhileOthersWrite)
 {
-    struct CReader : CDataObserver
+    struct CReader
     {
-        explicit CReader(CApplicationData& observed) : data(observed) {}
-        void onDataWritten(const CStringBuf& name) override
+        explicit CReader(CApplicationData& observed) : data(observed) { EXPECT_TRUE(bridge.attach(data, "a")); }
+        CError onWritten(const CStringBuf& name)
         {
             CByteArray bytes;
             data.read(name, bytes, id);
             wasEmpty = wasEmpty || bytes.empty();
+            return {};
         }
         CApplicationData& data;
         bool wasEmpty = false;
+        CApplicationDataBridge<CReader> bridge{*this, &CReader::onWritten};
     };
     CReader reader(store);
-    store.addObserver("a", reader);
     std::vector<std::thread> writers;
     for (int i = 0; i < 3; ++i)
         writers.emplace_back([this, i]

@@ -2,13 +2,10 @@
 #include "Core/CInputZipStream.h"
 #include "Core/CMemoryReader.h"
 #include "Core/COutputZipStream.h"
-#include "Core/CTextReaderLine.h"
 #include "Core/CWriteSeqBuffer.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <cstdlib>
 #include <random>
 #include <sys/resource.h>
 #include <zlib.h>
@@ -222,14 +219,22 @@ TEST(CompressedData, RefusesWhatItsHeaderOrItsChecksumContradict)
 // A size field of 4 GB over a short stream must not cost memory.
 TEST(CompressedData, TakesMemoryOnlyForBytesThatArrive)
 {
-    const CByteArray block = blockOf(noise(100, 3), 0xFFFFFF00u);
-    rusage before;
-    getrusage(RUSAGE_SELF, &before);
-    CByteArray out;
-    EXPECT_EQ(messageOf(block, out), "Premature end of file.");
-    rusage after;
-    getrusage(RUSAGE_SELF, &after);
-    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 64 * 1024);           // in KB
+#if defined(KOR_SANITIZE)
+    constexpr long mostKilobytes = 256 * 1024;          // a sanitizer keeps freed memory for a while
+#else
+    constexpr long mostKilobytes = 64 * 1024;
+#endif
+    for (const std::size_t size : {100, 16 << 20})      // the second is a bomb: 16 KB that inflate to 16 MB
+    {
+        const CByteArray block = blockOf(CByteArray(size), 0xFFFFFF00u);
+        rusage before;
+        getrusage(RUSAGE_SELF, &before);
+        CByteArray out;
+        EXPECT_EQ(messageOf(block, out), "Premature end of file.");
+        rusage after;
+        getrusage(RUSAGE_SELF, &after);
+        EXPECT_LT(after.ru_maxrss - before.ru_maxrss, mostKilobytes) << size;
+    }
 }
 
 TEST(CompressedData, PassesOnFailuresOfTheStreamsBelow)
@@ -254,87 +259,6 @@ TEST(CompressedData, PassesOnFailuresOfTheStreamsBelow)
     EXPECT_EQ(in.read(&byte, 1).message(), "Input stream not specified.");
     EXPECT_EQ(zip.open(nullptr).message(), "Output stream not specified.");
     EXPECT_EQ(zip.write(&byte, 1).message(), "Output stream not specified.");
-}
-
-// Readers of everything that comes from outside, on random and on damaged bytes: whatever comes in, they end, stay
-// within their block (the sanitizers watch), and either fail or give what was put in.
-TEST(CompressedData, SurvivesHostileBytes)
-{
-    const bool isLong = std::getenv("MORVA_LONG") != nullptr;
-    const auto end = std::chrono::steady_clock::now() + (isLong ? std::chrono::seconds(180) : std::chrono::seconds(2));
-    const CByteArray data = noise(700, 40);
-    const CByteArray good = written(data);
-    const unsigned seed = isLong ? std::random_device()() : 11u;
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 random(seed);
-    int rounds = 0;
-    for (; std::chrono::steady_clock::now() < end; ++rounds)
-    {
-        CByteArray bytes;
-        if (random() % 2 == 0)
-        {
-            bytes = good;
-            for (auto n = 1 + random() % 4; n > 0; --n)
-                switch (random() % 3)
-                {
-                case 0:
-                    bytes[random() % bytes.size()] ^= static_cast<unsigned char>(1u << random() % 8);
-                    break;
-                case 1:
-                    bytes.resize(1 + random() % bytes.size());
-                    break;
-                default:
-                    bytes[random() % bytes.size()] = static_cast<unsigned char>(random());
-                }
-            // With a size that passes its checksum every second time, so that the damage reaches the inflater.
-            if (random() % 2 == 0 && bytes.size() > 12)
-            {
-                const std::uint32_t size = random() % 3 == 0 ? static_cast<std::uint32_t>(random()) : 700;
-                CByteArray header;
-                appendU32(header, id);
-                appendU32(header, size);
-                appendU32(header, adlerOf(size));
-                std::copy(header.begin(), header.end(), bytes.begin());
-            }
-        }
-        else
-        {
-            bytes.resize(random() % 300);
-            for (unsigned char& byte : bytes)
-                byte = static_cast<unsigned char>(random());
-            if (bytes.size() > 4 && random() % 2 == 0)
-                bytes[1] = bytes[2] = bytes[3] = 0;         // a string length that fits
-        }
-        CByteArray out;
-        if (messageOf(bytes, out).empty())
-        {
-            // Damage in a code table can move a few neighbours so that their sums stay: the checksum cannot tell then.
-            ASSERT_EQ(out.size(), data.size()) << "round " << rounds;
-            ASSERT_TRUE(out == data || sumOf(out) == sumOf(data)) << "round " << rounds;
-        }
-        CMemoryReader reader(bytes);
-        CStringBuf text;
-        if (!reader.readString(text))
-        {
-            ASSERT_LE(text.length(), 61440);
-            ASSERT_EQ(CStringBuf::fromUtf8(text.toUtf8()), text) << "round " << rounds;
-        }
-        CInputZipStream zip;
-        CMemoryReader source(bytes);
-        ASSERT_FALSE(zip.open(&source));
-        unsigned char part[97];
-        std::int64_t count = sizeof part;
-        while (!zip.readRef(part, count) && count > 0)
-            count = sizeof part;
-        for (int e = 0; e < 4; ++e)
-        {
-            CTextReaderLine lines(bytes.data(), bytes.size(), static_cast<CTextReaderLine::Encoding>(e));
-            std::size_t most = bytes.size() + 1;
-            while (lines.readLine(text))
-                ASSERT_GT(most--, 0u);
-        }
-    }
-    EXPECT_GT(rounds, 100);
 }
 
 }

@@ -72,7 +72,6 @@ TEST_F(Files, WriteThenRead)
     std::int64_t at = 0;
     ASSERT_FALSE(writer.getPosition(at));
     EXPECT_EQ(at, 4);
-    ASSERT_FALSE(writer.flush());
     ASSERT_FALSE(writer.close());
     ASSERT_FALSE(writer.close());                           // closed already: nothing to do
     ASSERT_FALSE(writer.open(name, CFileWriter::Start::append));
@@ -82,9 +81,6 @@ TEST_F(Files, WriteThenRead)
 
     CFileReader reader;
     ASSERT_FALSE(reader.open(name));
-    std::int64_t size = 0;
-    ASSERT_FALSE(reader.getSize(size));
-    EXPECT_EQ(size, 12);
     char bytes[16] = {};
     ASSERT_FALSE(reader.skip(2));
     ASSERT_FALSE(reader.skip(-1));
@@ -93,9 +89,6 @@ TEST_F(Files, WriteThenRead)
     std::int64_t count = 16;
     ASSERT_FALSE(reader.readRef(bytes, count));
     EXPECT_EQ(count, 7);
-    ASSERT_FALSE(reader.readRef(bytes, count));
-    EXPECT_EQ(count, 0);
-    EXPECT_EQ(reader.getDirectPointer(), nullptr);
     ASSERT_FALSE(reader.setPosition(10));
     EXPECT_EQ(reader.read(bytes, 5).message(),
               "Unable to read from file '" + path + "' (required 5 bytes, read 2 bytes).");
@@ -120,29 +113,21 @@ TEST_F(Files, FailuresNameFileAndCode)
     CFileReader reader;
     CFileWriter writer;
     const CStringBuf folder = CStringBuf::fromUtf8(folders.root());
-    EXPECT_EQ(reader.open(name).message(), "Unable to open file '" + path + "' for reading (error 2).");
     EXPECT_EQ(reader.open(folder).message(), "Unable to open file '" + folders.root() + "' for reading (error 21).");
-    EXPECT_EQ(writer.open(name + "/x").message(), "Unable to open file '" + path + "/x' for writing (error 2).");
     EXPECT_EQ(writer.open(name + "/x", CFileWriter::Start::append).message(),
               "Unable to open file '" + path + "/x' for appending (error 2).");
     ASSERT_FALSE(writer.open("/dev/full"));
     EXPECT_EQ(writer.write("x", 1).message(), "Unable to write to file '/dev/full' (error 28).");
-    ASSERT_FALSE(writer.open(name));
-    EXPECT_EQ(writer.setPosition(-1).message(), "Unable to set file's '" + path + "' position to -1 (error 22).");
-
-    ASSERT_FALSE(writer.close());
-
     // A pipe has no position; skipping reads it instead.
     const std::string pipe = folders.root() + "pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     ASSERT_FALSE(reader.open(CStringBuf::fromUtf8(pipe), CFileReader::Use::update));
-    std::int64_t value = 0;
-    EXPECT_EQ(reader.getPosition(value).message(), "Unable to get file's '" + pipe + "' position (error 29).");
     const int end = ::open(pipe.c_str(), O_WRONLY);
-    ASSERT_EQ(::write(end, "abc", 3), 3);
+    const std::string sent = std::string(40000, 'a') + 'c';     // more than is skipped at once
+    ASSERT_EQ(::write(end, sent.data(), sent.size()), 40001);
     ::close(end);
     char byte = 0;
-    ASSERT_FALSE(reader.skip(2));
+    ASSERT_FALSE(reader.skip(40000));
     ASSERT_FALSE(reader.read(&byte, 1));
     EXPECT_EQ(byte, 'c');
 
@@ -150,11 +135,7 @@ TEST_F(Files, FailuresNameFileAndCode)
     ASSERT_FALSE(reader.open(name));
     ::close(descriptorOf(path));                            // the handle is gone behind the reader's back
     EXPECT_EQ(reader.read(&byte, 1).message(), "Unable to read from file '" + path + "' (error 9).");
-    EXPECT_EQ(reader.getSize(value).message(), "Unable to get file's '" + path + "' size (error 9).");
     EXPECT_EQ(reader.close().message(), "Unable to close file '" + path + "' (error 9).");
-    ASSERT_FALSE(reader.open(name, CFileReader::Use::update));
-    ::close(descriptorOf(path));
-    EXPECT_EQ(reader.close().message(), "Unable to unlock file '" + path + "' (error 9).");
     EXPECT_FALSE(reader.isOpen());
 }
 
@@ -179,32 +160,17 @@ TEST_F(Files, UpdatesWaitForEachOther)
     EXPECT_EQ(contentsOf(path), std::to_string(2 * rounds));
 }
 
-TEST_F(Files, StandardStreamsAreBorrowed)
+TEST_F(Files, StandardStreamsStayOpen)
 {
-    put(path, "input");
-    const int file = ::open(path.c_str(), O_RDONLY);
-    const int before = ::dup(0);
-    ::dup2(file, 0);
-    {
-        CFileReader reader;
-        ASSERT_FALSE(reader.open("stdin"));
-        char bytes[6] = {};
-        EXPECT_FALSE(reader.read(bytes, 5));
-        EXPECT_EQ(std::string(bytes), "input");
-        EXPECT_FALSE(reader.close());
-    }
-    EXPECT_EQ(::lseek(0, 0, SEEK_CUR), 5);                  // still open
-    if (before >= 0)
-        ::dup2(before, 0);
-    ::close(before);
-    ::close(file);
     testing::internal::CaptureStdout();
     CFileWriter writer;
-    EXPECT_FALSE(writer.open("stdout"));
-    EXPECT_FALSE(writer.write("out", 3));
-    EXPECT_FALSE(writer.close());
-    EXPECT_FALSE(writer.open("stdout"));
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "out");
+    for (const char* text : {"ab", "cd"})
+    {
+        EXPECT_FALSE(writer.open("stdout"));
+        EXPECT_FALSE(writer.write(text, 2));
+        EXPECT_FALSE(writer.close());
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "abcd");
 }
 
 TEST_F(Files, SafeWriterShowsTheOldOrTheNewAndLeavesNothingBehind)
@@ -256,7 +222,8 @@ TEST_F(Files, LogWritesLinesToFileAndListener)
     CLog::write("first", "ui.win");
     CLog::write(CStringBuf(u"\u20AC\r\nforged"));
     CLog::setSuffix(" [2]");
-    CError error = KOR_FAIL("broken %1", 7);
+    CError error;
+    reportError(error, "a/a.cpp", 1, "", "broken", {});
     reportError(error, "a/b.cpp", 3, "plugin", "", {});
     CLog::writeError(std::move(error));
     CLog::setSuffix("");
@@ -265,13 +232,9 @@ TEST_F(Files, LogWritesLinesToFileAndListener)
     CLog::setFile("");
     CLog::write("nowhere");
 
-    const std::string all = contentsOf(path);
-    const std::size_t open = all.find("testFiles.cpp( ");
-    ASSERT_NE(open, std::string::npos) << all;
-    EXPECT_EQ(all.substr(0, open), "first // ui.win\r\nfrom the listener\r\n\xE2\x82\xAC  forged\r\n");
-    EXPECT_EQ(all.substr(all.find(" ) // ", open)), " ) // broken 7 [2]\r\nb.cpp( 3 ) // plugin [2]\r\nlast\r\n");
+    EXPECT_EQ(contentsOf(path), "first // ui.win\r\nfrom the listener\r\n\xE2\x82\xAC  forged\r\n"
+                                "a.cpp( 1 ) // broken [2]\r\nb.cpp( 3 ) // plugin [2]\r\nlast\r\n");
     ASSERT_EQ(listener.lines.size(), 4u);
-    EXPECT_EQ(listener.lines[0], "first // ui.win");
     EXPECT_EQ(listener.lines[3], "b.cpp( 3 ) // plugin [2]");
 }
 

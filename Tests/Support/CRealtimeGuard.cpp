@@ -9,8 +9,7 @@
 
 namespace
 {
-constinit thread_local std::size_t heapAllocations = 0;
-constinit thread_local std::size_t heapFrees = 0;
+constinit thread_local std::size_t heapCalls = 0;
 }
 
 #if !defined(KOR_SANITIZE)
@@ -29,34 +28,32 @@ void* __libc_memalign(std::size_t alignment, std::size_t size);
 
 KOR_VISIBLE void* malloc(std::size_t size) noexcept
 {
-    ++heapAllocations;
+    ++heapCalls;
     return __libc_malloc(size);
 }
 
 KOR_VISIBLE void free(void* pointer) noexcept
 {
     if (pointer != nullptr)
-        ++heapFrees;
+        ++heapCalls;
     __libc_free(pointer);
 }
 
 KOR_VISIBLE void* calloc(std::size_t count, std::size_t size) noexcept
 {
-    ++heapAllocations;
+    ++heapCalls;
     return __libc_calloc(count, size);
 }
 
 KOR_VISIBLE void* realloc(void* pointer, std::size_t size) noexcept
 {
-    ++heapAllocations;
-    if (pointer != nullptr)
-        ++heapFrees;
+    heapCalls += pointer != nullptr ? 2 : 1;
     return __libc_realloc(pointer, size);
 }
 
 KOR_VISIBLE void* memalign(std::size_t alignment, std::size_t size) noexcept
 {
-    ++heapAllocations;
+    ++heapCalls;
     return __libc_memalign(alignment, size);
 }
 
@@ -80,35 +77,29 @@ KOR_VISIBLE int posix_memalign(void** result, std::size_t alignment, std::size_t
 namespace kor::test
 {
 
+namespace
+{
+
+std::size_t faultsOfThisThread() noexcept
+{
+    return heapCalls + blockOperationsOfThisThread() + CLock::waitsOfThisThread();
+}
+
+}
+
 CRealtimeGuard::CRealtimeGuard() noexcept
-    : allocationsBefore(heapAllocations), freesBefore(heapFrees), blocksBefore(blockOperationsOfThisThread()),
-      waitsBefore(CLock::waitsOfThisThread())
+    : faultsBefore(faultsOfThisThread()), waitsBefore(CLock::waitsOfThisThread())
 {
 }
 
-std::size_t CRealtimeGuard::allocations() const noexcept
+std::size_t CRealtimeGuard::faults() const noexcept
 {
-    return heapAllocations - allocationsBefore;
-}
-
-std::size_t CRealtimeGuard::frees() const noexcept
-{
-    return heapFrees - freesBefore;
-}
-
-std::size_t CRealtimeGuard::blockOperations() const noexcept
-{
-    return blockOperationsOfThisThread() - blocksBefore;
+    return faultsOfThisThread() - faultsBefore;
 }
 
 std::size_t CRealtimeGuard::lockWaits() const noexcept
 {
     return CLock::waitsOfThisThread() - waitsBefore;
-}
-
-std::size_t CRealtimeGuard::faults() const noexcept
-{
-    return allocations() + frees() + blockOperations() + lockWaits();
 }
 
 }

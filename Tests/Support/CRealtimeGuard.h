@@ -20,23 +20,15 @@ public:
 
     CRealtimeGuard() noexcept;
 
-    /// Calls of the C heap since construction, operator new and delete included; a realloc is one of each.
-    std::size_t allocations() const noexcept;
-    std::size_t frees() const noexcept;
-
-    /// Small blocks taken or given back since construction.
-    std::size_t blockOperations() const noexcept;
-
-    /// Locks that the thread found held by another.
-    std::size_t lockWaits() const noexcept;
-
-    /// The sum of all: 0 for code that may run on the audio thread.
+    /// What the thread has done since construction: calls of the C heap (operator new and delete included; a realloc is
+    /// two), small blocks taken or given back, and locks found held. 0 for code that may run on the audio thread.
     std::size_t faults() const noexcept;
 
+    /// Of these, the locks that the thread found held by another.
+    std::size_t lockWaits() const noexcept;
+
 private:
-    std::size_t allocationsBefore;
-    std::size_t freesBefore;
-    std::size_t blocksBefore;
+    std::size_t faultsBefore;
     std::size_t waitsBefore;
 };
 

@@ -48,12 +48,6 @@ public:
         return block;
     }
 
-    static void addU16(CBytes& bytes, std::uint32_t value)
-    {
-        bytes.push_back(static_cast<unsigned char>(value));
-        bytes.push_back(static_cast<unsigned char>(value >> 8));
-    }
-
     static void addU32(CBytes& bytes, std::uint32_t value)
     {
         addU16(bytes, value & 0xFFFF);
@@ -108,6 +102,12 @@ public:
     }
 
 private:
+    static void addU16(CBytes& bytes, std::uint32_t value)
+    {
+        bytes.push_back(static_cast<unsigned char>(value));
+        bytes.push_back(static_cast<unsigned char>(value >> 8));
+    }
+
     void addPlain(CBytes& bytes, const CTreeNode& node)
     {
         bytes.push_back(0);

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 
 namespace kor
 {
@@ -172,8 +173,6 @@ CMistake CSourceReader::readElement(const CFile& file, const pugi::xml_node& ele
         return m;
     if (node.isTemplate && node.name.empty())
         return node.mistake("a template without a name");
-    if (node.isTemplate && node.base.empty())
-        return node.mistake("template '" + node.name + "' has no base");
     if (CMistake m = readChildren(file, element, node, level))
         return m;
     parent.children.push_back(std::move(node));
@@ -194,6 +193,12 @@ CMistake CSourceReader::readAttributes(const pugi::xml_node& element, CSourceNod
         }
         else if (name == "base" && node.isTemplate)
             node.base = attr.value();
+        else if (name == "with" && node.isTemplate)
+        {
+            std::istringstream names(attr.value());
+            for (std::string mixIn; names >> mixIn;)
+                node.mixIns.push_back(mixIn);
+        }
         else if (name == "full-name")
             return node.mistake("attribute 'full-name' is set by the program and cannot be written");
         else

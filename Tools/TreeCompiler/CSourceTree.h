@@ -23,7 +23,8 @@ using CTreeAttr = std::pair<std::string, std::string>;
 inline constexpr int maxTreeLevels = 256;
 
 /// An element of a source tree as it was written, includes resolved. For a template `tag` is "template", `base` its
-/// base type, and the attributes are those that its instances get.
+/// base type, `mixIns` the names in its `with`, and the attributes are those that its instances get. A template without
+/// a base is there only to be mixed into others.
 struct CSourceNode
 {
     std::shared_ptr<const std::string> file;
@@ -31,10 +32,12 @@ struct CSourceNode
     std::string tag;
     std::string name;
     std::string base;
+    std::vector<std::string> mixIns;
     bool isTemplate = false;
     std::vector<CTreeAttr> attrs;
     std::vector<CSourceNode> children;
 
+    bool isMixIn() const { return isTemplate && base.empty(); }
     CMistake mistake(const std::string& text) const { return {*file, line, text}; }
     std::string place() const { return *file + ":" + std::to_string(line); }
 };

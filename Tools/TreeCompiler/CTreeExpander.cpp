@@ -72,6 +72,9 @@ CMistake CTreeExpander::begin(CTreeNode& node, const CMeaning& meaning, const CS
     std::size_t added = 1;
     if (meaning.used != nullptr)
     {
+        if (meaning.used->source->isMixIn())
+            return user.mistake("template '" + meaning.used->source->name + "' has no base, so it can only be mixed "
+                                "into other templates (defined at " + meaning.used->source->place() + ")");
         if (CMistake m = complete(*meaning.used, user))
             return m;
         if (level + meaning.used->levels - 1 > maxTreeLevels)
@@ -139,6 +142,12 @@ CMistake CTreeExpander::applyChild(CTreeNode& node, const CSourceNode& child, st
 {
     if (level > maxTreeLevels)
         return tooDeep(child);
+    if (child.isMixIn())
+    {
+        // It leaves no trace of its own; this finds the mistakes in one that nobody uses.
+        CTreeNode unused;
+        return applyMixIn(unused, *scope.own.at(child.name), child);
+    }
     if (child.isTemplate)
         return define(node.children.emplace_back(), *scope.own.at(child.name), level);
 
@@ -182,17 +191,11 @@ CMistake CTreeExpander::checkMerge(const CTreeNode& into, const CSourceNode& chi
 
 CMistake CTreeExpander::complete(CTemplate& wanted, const CSourceNode& user)
 {
-    if (wanted.state == CTemplate::EState::done)
+    if (wanted.isComplete)
         return {};
     const CSourceNode& source = *wanted.source;
-    if (wanted.state == CTemplate::EState::underWay)
-    {
-        std::string circle;
-        for (auto t = std::find(underWay.begin(), underWay.end(), &wanted); t != underWay.end(); ++t)
-            circle += (*t)->source->name + " > ";
-        return user.mistake("template '" + source.name + "' needs itself (" + circle + source.name + ")");
-    }
-    wanted.state = CTemplate::EState::underWay;
+    if (CMistake m = checkCircle(wanted, user))
+        return m;
     underWay.push_back(&wanted);
 
     const CMeaning base = resolve(source.base, *wanted.scope, &wanted);
@@ -201,11 +204,53 @@ CMistake CTreeExpander::complete(CTemplate& wanted, const CSourceNode& user)
                               "' (neither a type nor a template seen from here)");
     if (CMistake m = begin(wanted.body, base, source, 1))
         return m;
+    if (CMistake m = mixIn(wanted.body, wanted))
+        return m;
     if (CMistake m = apply(wanted.body, source, wanted.scope, 1))
         return m;
     wanted.levels = levelsOf(wanted.body);
     wanted.nodes = nodesOf(wanted.body);
-    wanted.state = CTemplate::EState::done;
+    wanted.isComplete = true;
+    underWay.pop_back();
+    return {};
+}
+
+CMistake CTreeExpander::checkCircle(const CTemplate& wanted, const CSourceNode& user) const
+{
+    auto t = std::find(underWay.begin(), underWay.end(), &wanted);
+    if (t == underWay.end())
+        return {};
+    const std::string& name = wanted.source->name;
+    std::string circle;
+    for (; t != underWay.end(); ++t)
+        circle += (*t)->source->name + " > ";
+    return user.mistake("template '" + name + "' needs itself (" + circle + name + ")");
+}
+
+CMistake CTreeExpander::mixIn(CTreeNode& node, const CTemplate& user)
+{
+    const CSourceNode& source = *user.source;
+    for (const std::string& name : source.mixIns)
+    {
+        const CTemplate* found = resolve(name, *user.scope).used;
+        if (found == nullptr || !found->source->isMixIn())
+            return source.mistake("template '" + source.name + "' is made with '" + name + "', which " +
+                                  (found == nullptr ? "is no template seen from here" : "has a base of its own"));
+        if (CMistake m = applyMixIn(node, *found, source))
+            return m;
+    }
+    return {};
+}
+
+CMistake CTreeExpander::applyMixIn(CTreeNode& node, const CTemplate& added, const CSourceNode& user)
+{
+    if (CMistake m = checkCircle(added, user))
+        return m;
+    underWay.push_back(&added);
+    if (CMistake m = mixIn(node, added))
+        return m;
+    if (CMistake m = apply(node, *added.source, added.scope, 1))
+        return m;
     underWay.pop_back();
     return {};
 }

@@ -20,7 +20,7 @@ struct CTemplate
 {
     const CSourceNode* source;
     const CTemplateScope* scope;                    // where it is defined
-    enum class EState { untouched, underWay, done } state = EState::untouched;
+    bool isComplete = false;
     CTreeNode body;
     int levels = 0;                                 // depth of the body, the body node itself counted
     std::size_t nodes = 0;                          // in the body
@@ -36,7 +36,8 @@ struct CTemplateScope
 // Merges templates into the elements that use them. A tag means the template of that name nearest up the source tree,
 // wherever in its parent it is defined; with no such template it is an object type. A template's base and body are read
 // where the template stands, not where it is used; the base of a template never means the template itself, so that a
-// template may bear the name of the type whose defaults it gives.
+// template may bear the name of the type whose defaults it gives. What a template is made with is merged into its base,
+// in the order written, before the template's own attributes and children.
 // Of an element that uses a template the result has: the template's attributes in the template's order with the values
 // that the element overrides, then the element's own; the template's children, an own child of the same name merged
 // into the template's by this same rule, then the element's other children.
@@ -65,6 +66,9 @@ private:
                        CTemplateScope*& scope);
     CMistake complete(CTemplate& wanted, const CSourceNode& user);
     CMistake define(CTreeNode& node, CTemplate& definition, int level);
+    CMistake mixIn(CTreeNode& node, const CTemplate& user);
+    CMistake applyMixIn(CTreeNode& node, const CTemplate& added, const CSourceNode& user);
+    CMistake checkCircle(const CTemplate& wanted, const CSourceNode& user) const;
     static CMistake checkMerge(const CTreeNode& into, const CSourceNode& child, const CTemplateScope& scope);
 
     const CTypeList& types;

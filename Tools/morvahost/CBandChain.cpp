@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "CBandChain.h"
 
-#include "Audio/Converters/CAudioParamConverter.h"
+#include "ParamText.h"
+
 #include "Audio/Filters/CAudioFilterGenArray.h"
 #include "Audio/Filters/CAudioFilterMagnitude.h"
 #include "Audio/Parameters/CAudioParam.h"
@@ -13,20 +14,6 @@
 
 namespace kor
 {
-
-namespace
-{
-
-std::string shownValue(const CAudioParam& param, double value)
-{
-    const CAudioParamConverter& converter = *param.info().converter();
-    CStringBuf text;
-    converter.format(text, param.info(), 0, value);
-    const std::string label = converter.label().toUtf8();
-    return text.toUtf8() + (label.empty() ? "" : " " + label);
-}
-
-}
 
 CError CBandChain::open(const CAudioInstance& instance, int group, double sampleRate)
 {
@@ -50,7 +37,7 @@ CError CBandChain::open(const CAudioInstance& instance, int group, double sample
     KOR_TRY(find("modMorvaEQ.eq-params.gain", gain));
     KOR_TRY(find("modMorvaEQ.eq-params.bw", bandwidth));
 
-    for (int element = 0; element < instance.bandCount(); ++element)
+    for (int element = 0; element < instance.bandCount(group); ++element)
     {
         CBand band;
         band.mode = static_cast<int>(std::lround(mode->getValue(group, element)));
@@ -60,20 +47,20 @@ CError CBandChain::open(const CAudioInstance& instance, int group, double sample
         band.gain = gain->getValue(group, element);
         band.bandwidthOctaves = bandwidth->getValue(group, element);
         band.drawn.element = element;
-        band.drawn.type = shownValue(*mode, band.mode);
+        band.drawn.type = shownValue(mode->info(), band.mode);
         band.drawn.frequencyHz = band.frequencyHz;
         band.drawn.bandwidthOctaves = band.bandwidthOctaves;
         band.drawn.gainDb = 20.0 * std::log10(band.gain);
         // Only what the type listens to is worth reading beside its curve.
-        band.drawn.text = band.drawn.type + " \u00b7 " + shownValue(*frequency, band.frequencyHz);
+        band.drawn.text = band.drawn.type + " \u00b7 " + shownValue(frequency->info(), band.frequencyHz);
         CBand changed = band;
         changed.gain = band.gain * 1.5;
         if (!isSameDesign(band, changed))
-            band.drawn.text += " \u00b7 " + shownValue(*gain, band.gain);
+            band.drawn.text += " \u00b7 " + shownValue(gain->info(), band.gain);
         changed = band;
         changed.bandwidthOctaves = band.bandwidthOctaves * 1.5;
         if (!isSameDesign(band, changed))
-            band.drawn.text += " \u00b7 " + shownValue(*bandwidth, band.bandwidthOctaves);
+            band.drawn.text += " \u00b7 " + shownValue(bandwidth->info(), band.bandwidthOctaves);
         bands.push_back(std::move(band));
     }
     return {};

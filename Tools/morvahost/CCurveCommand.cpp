@@ -5,6 +5,7 @@
 #include "CHostSession.h"
 #include "CParamAssignments.h"
 #include "CPendingFile.h"
+#include "CStateFile.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,6 +19,8 @@ namespace
 
 constexpr COptionSpec curveOptions[] = {
     {"--set", "KEY[g,e]=TEXT", "give a parameter a value; see `morvahost render --help`", true},
+    CStateFile::stateOption,
+    CStateFile::programOption,
     {"--group", "G", "the channel group whose bands are shown (default 0)"},
     {"--rate", "R", "sample rate in Hz, 8000 to 768000 (default 48000)"},
     {"--from", "F", "lowest frequency in Hz (default 20)"},
@@ -80,8 +83,9 @@ const char* CCurveCommand::usage() const
 {
     return "morvahost curve [--set KEY[g,e]=TEXT]... [--rate R] (--json | --out FILE)\n"
            "\n"
-           "Shows what the settings do to each frequency, from the same filter designs that make the sound.\n"
-           "Example: morvahost curve --set 'modMorvaEQ.eq-params.mode=Peaking' \\\n"
+           "Shows what the settings do to each frequency, from the same filter designs that make the sound. A\n"
+           "dynamic band is drawn with its filter in full; what sounds moves between that and no change.\n"
+           "Example: morvahost curve --set 'modMorvaEQ.eq-params.mode=Peaking Plain' \\\n"
            "                         --set 'modMorvaEQ.eq-params.gain=6' --out curve.svg\n";
 }
 
@@ -115,12 +119,15 @@ COutcome CCurveCommand::run(const COptions& options)
     }
     CParamAssignments assignments;
     MORVA_USAGE(assignments.parse(options.texts("--set")));
+    MORVA_USAGE(CStateFile::check(options));
 
     CHostSession session;
     KOR_TRY(session.start());
     int group = 0;
     MORVA_USAGE(options.readInt("--group", 0, session.instance().groupCount() - 1, group));
-    MORVA_USAGE(assignments.apply(session.instance()));
+    MORVA_USAGE(assignments.resolve(session.instance()));
+    KOR_TRY(CStateFile::load(options, session.instance()));
+    assignments.give(session.instance());
     for (const std::string& note : assignments.notes())
         std::fprintf(stderr, "morvahost: note: %s\n", note.c_str());
 

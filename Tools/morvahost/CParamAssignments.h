@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "Core/CError.h"
+#include "CParamSetting.h"
 
 #include <set>
 #include <string>
@@ -11,40 +11,30 @@
 namespace kor
 {
 
-class CAudioInstance;
-
-/// One --set: KEY[g,e]=TEXT, or KEY=TEXT for group 0, element 0.
-struct CParamAssignment
-{
-    std::string key;                // name below the main process
-    int group = 0;
-    int element = 0;
-    std::string text;               // what a user would type
-};
-
-// The --set options of a command line. Everything that is wrong with one is a failure in one line; a value outside its
-// range is no failure but is taken to the nearest end, and said.
+// The --set options of a command line. Everything that is wrong with one is a failure in one line.
 class CParamAssignments
 {
 public:
     /// Reads the forms; knows of no parameter yet.
     CError parse(const std::vector<std::string>& texts);
 
-    /// Gives the values to an instance, in order. Stops at the first that it cannot take.
-    CError apply(const CAudioInstance& instance);
+    /// Checks them all against an instance without changing it.
+    CError resolve(const CAudioInstance& instance);
 
-    /// What apply() changed to make it fit, one text a value.
+    /// Gives the resolved values, in order.
+    void give(const CAudioInstance& instance);
+
+    /// What is worth knowing after give(): values that did not fit, bands that are not in use. One text each.
     const std::vector<std::string>& notes() const noexcept { return noteTexts; }
 
-    /// Groups that any of them names.
+    /// Channel groups that any of them names.
     const std::set<int>& groups() const noexcept { return namedGroups; }
 
     static CError parseOne(std::string_view text, CParamAssignment& assignment);
 
 private:
-    CError applyOne(const CAudioInstance& instance, const CParamAssignment& assignment);
-
     std::vector<CParamAssignment> list;
+    std::vector<CParamSetting> settings;
     std::vector<std::string> noteTexts;
     std::set<int> namedGroups;
 };

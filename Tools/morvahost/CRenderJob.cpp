@@ -12,15 +12,14 @@
 namespace kor
 {
 
-CRenderJob::CRenderJob(CAudioGraphHost& host, CWaveReader& input, CWaveWriter& output, int blockSize, bool isDouble)
-    : graph(host), reader(input), writer(output), channels(input.channelCount()), block(blockSize),
-      isDoublePrecision(isDouble)
+CRenderJob::CRenderJob(CAudioGraphHost& host, CWaveReader& input, CWaveWriter& output, const CRenderSetup& setup)
+    : graph(host), reader(input), writer(output), channels(input.channelCount()), how(setup)
 {
-    const auto size = static_cast<std::size_t>(block);
+    const auto size = static_cast<std::size_t>(how.blockSize);
     interleaved.resize(size * static_cast<std::size_t>(channels));
     planes.assign(static_cast<std::size_t>(channels), std::vector<double>(size));
-    for (std::vector<double>& plane : planes)
-        pointers.push_back(plane.data());
+    inputs.resize(static_cast<std::size_t>(how.graphChannels), nullptr);
+    outputs.resize(planes.size());
 }
 
 CError CRenderJob::run()
@@ -32,9 +31,9 @@ CError CRenderJob::run()
     {
         if (CInterrupt::isAsked())
             return KOR_FAIL("stopped; nothing was written");
-        const int count = static_cast<int>(std::min<std::int64_t>(block, frames + latency - position));
+        const int count = static_cast<int>(std::min<std::int64_t>(how.blockSize, frames + latency - position));
         KOR_TRY(readBlock(position, count));
-        graph.process(pointers.data(), pointers.data(), channels, count);
+        processBlock(position, count);
         const int early = static_cast<int>(std::clamp<std::int64_t>(latency - position, 0, count));
         KOR_TRY(writeBlock(early, count));
         position += count;
@@ -51,12 +50,38 @@ CError CRenderJob::readBlock(std::int64_t position, int count)
         KOR_TRY(reader.read(interleaved.data(), present));
     for (int c = 0; c < channels; ++c)
     {
-        double* const plane = pointers[static_cast<std::size_t>(c)];
+        double* const plane = planes[static_cast<std::size_t>(c)].data();
         for (int i = 0; i < present; ++i)
             plane[i] = crossed(interleaved[static_cast<std::size_t>(i * channels + c)]);
         std::fill(plane + present, plane + count, 0.0);
     }
     return {};
+}
+
+void CRenderJob::processBlock(std::int64_t position, int count)
+{
+    for (int offset = 0; offset < count;)
+    {
+        int piece = count - offset;
+        for (; nextEvent < how.events.size(); ++nextEvent)
+        {
+            const std::int64_t wait = how.events[nextEvent].frame - (position + offset);
+            if (wait > 0)
+            {
+                piece = static_cast<int>(std::min<std::int64_t>(piece, wait));
+                break;
+            }
+            how.events[nextEvent].setting.give();
+        }
+        for (std::size_t c = 0; c < planes.size(); ++c)
+        {
+            outputs[c] = planes[c].data() + offset;
+            if (c < inputs.size())
+                inputs[c] = outputs[c];
+        }
+        graph.process(inputs.data(), outputs.data(), channels, piece);
+        offset += piece;
+    }
 }
 
 CError CRenderJob::writeBlock(int skipped, int count)
@@ -66,7 +91,7 @@ CError CRenderJob::writeBlock(int skipped, int count)
         return {};
     for (int c = 0; c < channels; ++c)
     {
-        const double* const plane = pointers[static_cast<std::size_t>(c)] + skipped;
+        const double* const plane = planes[static_cast<std::size_t>(c)].data() + skipped;
         for (int i = 0; i < kept; ++i)
         {
             const double sample = crossed(plane[i]);

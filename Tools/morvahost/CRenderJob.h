@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "CAutomation.h"
 #include "CWaveReader.h"
 #include "CWaveWriter.h"
 
 #include "Core/CError.h"
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace kor
@@ -14,14 +16,22 @@ namespace kor
 
 class CAudioGraphHost;
 
-// Streams a recording through a graph, block by block as a host would, and takes the graph's latency out again, so that
-// the result lies sample by sample under the original.
+/// How a recording meets the graph.
+struct CRenderSetup
+{
+    int blockSize = 512;            // samples a call, 1 or more
+    bool isDouble = false;          // samples cross the host's border as doubles, else as single precision numbers, as in
+                                    // most workstations
+    int graphChannels = 0;          // of the graph's layout; those beyond the recording's are silent
+    std::span<const CAutomationEvent> events;   // by time; must outlive the job
+};
+
+// Streams a recording through a graph, block by block as a host would, with blocks cut where a parameter changes. Takes
+// out the latency that the graph has at the start, so that the result lies sample by sample under the original.
 class CRenderJob
 {
 public:
-    /// blockSize: samples a call, 1 or more. isDouble: the samples cross the host's border as doubles, else as single
-    /// precision numbers, as in most workstations.
-    CRenderJob(CAudioGraphHost& host, CWaveReader& input, CWaveWriter& output, int blockSize, bool isDouble);
+    CRenderJob(CAudioGraphHost& host, CWaveReader& input, CWaveWriter& output, const CRenderSetup& setup);
 
     /// Fails with a broken input or output, or when the user asks to stop; then nothing has been written for good.
     CError run();
@@ -34,23 +44,25 @@ public:
 
 private:
     CError readBlock(std::int64_t position, int count);
+    void processBlock(std::int64_t position, int count);
     CError writeBlock(int skipped, int count);
     double crossed(double sample) const noexcept
     {
-        return isDoublePrecision ? sample : static_cast<double>(static_cast<float>(sample));
+        return how.isDouble ? sample : static_cast<double>(static_cast<float>(sample));
     }
 
     CAudioGraphHost& graph;
     CWaveReader& reader;
     CWaveWriter& writer;
     int channels;
-    int block;
-    bool isDoublePrecision;
+    CRenderSetup how;
+    std::size_t nextEvent = 0;
     double largest = 0.0;
     bool isBadOutput = false;
     std::vector<double> interleaved;
     std::vector<std::vector<double>> planes;
-    std::vector<double*> pointers;
+    std::vector<const double*> inputs;          // where a call begins, null for a silent channel
+    std::vector<double*> outputs;
 };
 
 }

@@ -1,38 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "CResponseCurve.h"
 
-#include <charconv>
-#include <cmath>
+#include "JsonText.h"
 
 namespace kor
 {
 
 namespace
 {
-
-// The shortest digits that read back as the same number, in every locale.
-std::string number(double value)
-{
-    char buffer[40];
-    return {buffer, std::to_chars(buffer, buffer + sizeof buffer, value).ptr};
-}
-
-std::string jsonNumber(double value)
-{
-    return std::isfinite(value) ? number(value) : "null";
-}
-
-std::string jsonText(const std::string& text)
-{
-    std::string quoted = "\"";
-    for (const char c : text)
-    {
-        if (c == '"' || c == '\\')
-            quoted += '\\';
-        quoted += static_cast<unsigned char>(c) < 0x20 ? ' ' : c;
-    }
-    return quoted + '"';
-}
 
 std::string jsonList(const std::vector<double>& values)
 {
@@ -46,7 +21,7 @@ std::string jsonList(const std::vector<double>& values)
 
 std::string curveAsJson(const CResponseCurve& curve)
 {
-    std::string text = "{\n  \"rate\": " + number(curve.sampleRate) + ",\n  \"group\": " + std::to_string(curve.group) +
+    std::string text = "{\n  \"rate\": " + numberText(curve.sampleRate) + ",\n  \"group\": " + std::to_string(curve.group) +
                        ",\n  \"freq\": " + jsonList(curve.frequenciesHz) + ",\n  \"db\": " + jsonList(curve.db) +
                        ",\n  \"bands\": [";
     for (std::size_t i = 0; i < curve.bands.size(); ++i)
@@ -68,9 +43,9 @@ std::string curveAsCsv(const CResponseCurve& curve)
     text += '\n';
     for (std::size_t i = 0; i < curve.frequenciesHz.size(); ++i)
     {
-        text += number(curve.frequenciesHz[i]) + ',' + number(curve.db[i]);
+        text += numberText(curve.frequenciesHz[i]) + ',' + numberText(curve.db[i]);
         for (const CResponseBand& band : curve.bands)
-            text += ',' + number(band.db[i]);
+            text += ',' + numberText(band.db[i]);
         text += '\n';
     }
     return text;

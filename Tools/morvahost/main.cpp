@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "CCurveCommand.h"
+#include "CInfoCommand.h"
+#include "CPresetCommand.h"
 #include "CRenderCommand.h"
 #include "CTreeCommand.h"
 #include "NearNames.h"
@@ -46,8 +48,10 @@ int main(int argumentCount, char** arguments)
 {
     CRenderCommand render;
     CCurveCommand curve;
+    CInfoCommand info;
     CTreeCommand tree;
-    const std::vector<CCommand*> commands = {&render, &curve, &tree};
+    CPresetCommand preset;
+    const std::vector<CCommand*> commands = {&render, &curve, &info, &preset, &tree};
 
     const std::string word = argumentCount > 1 ? arguments[1] : "";
     if (word.empty())

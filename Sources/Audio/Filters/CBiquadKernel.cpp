@@ -11,6 +11,8 @@
 
 #include <hwy/highway.h>
 
+#include "Audio/Filters/KernelBuilds.h" // only now, behind the choice of targets
+
 HWY_BEFORE_NAMESPACE();
 namespace kor
 {
@@ -125,16 +127,7 @@ const CBiquadKernel& biquadKernel() noexcept
 
 std::vector<const CBiquadKernel*> allBiquadKernels()
 {
-    std::vector<const CBiquadKernel*> builds;
-    for (const std::int64_t target : hwy::SupportedAndGeneratedTargets())
-    {
-        hwy::SetSupportedTargetsForTest(target);
-        hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-        builds.push_back(HWY_DYNAMIC_DISPATCH(buildBiquadKernel)());
-    }
-    hwy::SetSupportedTargetsForTest(0);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-    return builds;
+    return allKernelBuilds([] { return HWY_DYNAMIC_DISPATCH(buildBiquadKernel)(); });
 }
 
 }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <new>
+#include <utility>
 
 namespace kor
 {
@@ -24,35 +25,46 @@ void CHalfBandStage<count>::process(const double* in, double* out, int samples) 
             std::copy(in, in + samples, out);
         return;
     }
-    int now = position;
-    double late = delayed;
-    for (int i = 0; i < samples; ++i)
+    if (samples <= 0)
+        return;
+    const int paired = samples & ~1;
+    if (paired > 0)
+        halfBandKernel().process[count - 1]({coefficients[0], memory[0], &late}, in, out, paired);
+    if (samples > paired)
+        out[paired] = processSample(in[paired]);
+    if (!std::isfinite(out[samples - 1] + late))
     {
-        now = (now + 3) & 3;
-        const int before = (now + 2) & 3;
-        double end[2];
-        for (int chain = 0; chain < 2; ++chain)
+        std::fill_n(memory[0], (count + 1) * CHalfBandRun::streams, 0.0);
+        late = 0.0;
+    }
+}
+
+// The sections of the first streams only, which the others take the place of.
+template <int count>
+double CHalfBandStage<count>::processSample(double x) noexcept
+{
+    double end[2];
+    for (int chain = 0; chain < 2; ++chain)
+    {
+        const int now = 2 * chain;
+        double u = x;
+        for (int section = 0; section < count; ++section)
         {
-            double u = in[i];
-            rings[chain][0][now] = u;
-            for (int section = 0; section < count; ++section)
-            {
-                u = coefficients[chain][section] * (u - rings[chain][section + 1][before]) +
-                    rings[chain][section][before];
-                rings[chain][section + 1][now] = u;
-            }
-            end[chain] = u;
+            const double v = coefficients[chain][section] * (u - memory[section + 1][now]) + memory[section][now];
+            memory[section][now] = u;
+            u = v;
         }
-        out[i] = 0.5 * (end[0] + late);
-        late = end[1];
+        memory[count][now] = u;
+        end[chain] = u;
     }
-    position = now;
-    delayed = late;
-    if (samples > 0 && !std::isfinite(out[samples - 1] + late))     // a bad sample does not stay for ever
+    for (double* point : memory)
     {
-        std::fill_n(&rings[0][0][0], 2 * (count + 1) * 4, 0.0);
-        delayed = 0.0;
+        std::swap(point[0], point[1]);
+        std::swap(point[2], point[3]);
     }
+    const double y = 0.5 * (end[0] + late);
+    late = end[1];
+    return y;
 }
 
 namespace
@@ -62,7 +74,6 @@ template <int count>
 CAudioFilterStageKind makeKind() noexcept
 {
     using Stage = CHalfBandStage<count>;
-    static_assert(sizeof(Stage) == 80 * (count + 1));
     CAudioFilterStageKind kind{};
     kind.id = filterKind::halfBand1 + count - 1;
     kind.stateSize = sizeof(Stage);

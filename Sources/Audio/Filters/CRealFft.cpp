@@ -23,6 +23,8 @@
 #include "Audio/Filters/RealFftPasses-inl.h"
 #include "hwy/highway.h"
 
+#include "Audio/Filters/KernelBuilds.h" // only now, behind the choice of targets
+
 HWY_BEFORE_NAMESPACE();
 namespace kor
 {
@@ -406,16 +408,7 @@ const CRealFft& realFft() noexcept
 
 std::vector<const CRealFft*> allRealFftBuilds()
 {
-    std::vector<const CRealFft*> builds;
-    for (const std::int64_t target : hwy::SupportedAndGeneratedTargets())
-    {
-        hwy::SetSupportedTargetsForTest(target);
-        hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-        builds.push_back(HWY_DYNAMIC_DISPATCH(build)());
-    }
-    hwy::SetSupportedTargetsForTest(0);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-    return builds;
+    return allKernelBuilds([] { return HWY_DYNAMIC_DISPATCH(build)(); });
 }
 
 }

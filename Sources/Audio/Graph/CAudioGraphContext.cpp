@@ -13,14 +13,14 @@ namespace kor
 
 void CAudioGraphContext::enterDefinitions(const CAudioProcessDefBase& definition, const CStringBuf& nodeName)
 {
-    enterRemaps(definition, nodeName, 0);
-    enterParams(definition, nodeName, 0);
+    definition.visitSubtree(nodeName, [this](const CAudioProcessDefBase& def, const CStringBuf& name)
+                            { enterRemaps(def, name); });
+    definition.visitSubtree(nodeName, [this](const CAudioProcessDefBase& def, const CStringBuf& name)
+                            { enterParams(def, name); });
 }
 
-void CAudioGraphContext::enterRemaps(const CAudioProcessDefBase& definition, const CStringBuf& nodeName, int depth)
+void CAudioGraphContext::enterRemaps(const CAudioProcessDefBase& definition, const CStringBuf& nodeName)
 {
-    if (depth == maxDefinitionDepth) // definitions that lead back to themselves
-        return;
     for (const CAudioParamRemapDef* remap : definition.paramRemaps())
     {
         for (const CAudioParamRemapDef::CPair& pair : remap->pairs())
@@ -29,14 +29,10 @@ void CAudioGraphContext::enterRemaps(const CAudioProcessDefBase& definition, con
             remaps[orig] = definition.expandName(pair.replacement, nodeName);
         }
     }
-    definition.visitChildDefs(nodeName, [this, depth](const CAudioProcessDefBase& child, const CStringBuf& name)
-                              { enterRemaps(child, name, depth + 1); });
 }
 
-void CAudioGraphContext::enterParams(const CAudioProcessDefBase& definition, const CStringBuf& nodeName, int depth)
+void CAudioGraphContext::enterParams(const CAudioProcessDefBase& definition, const CStringBuf& nodeName)
 {
-    if (depth == maxDefinitionDepth)
-        return;
     for (const CAudioProcessDefBase::CNamedParam& param : definition.paramDefs())
     {
         const CStringBuf fullName = definition.expandName(param.name, nodeName);
@@ -47,8 +43,6 @@ void CAudioGraphContext::enterParams(const CAudioProcessDefBase& definition, con
         else
             localParams.try_emplace(fullName, param.definition);
     }
-    definition.visitChildDefs(nodeName, [this, depth](const CAudioProcessDefBase& child, const CStringBuf& name)
-                              { enterParams(child, name, depth + 1); });
 }
 
 CStringBuf CAudioGraphContext::resolve(const CStringBuf& fullName) const

@@ -2,6 +2,8 @@
 #pragma once
 
 #include "Audio/Graph/CAudioBufferPool.h"
+#include "Audio/Graph/CAudioGraphFilters.h"
+#include "Audio/Graph/CAudioScratch.h"
 #include "Core/CError.h"
 #include "Core/CStringBuf.h"
 #include "Platform/CLock.h"
@@ -28,6 +30,8 @@ public:
     CAudioParamCollector& collector;
     CAudioEnv& env;
     CAudioBufferPool pool;
+    CAudioGraphFilters paramFilters;
+    CAudioScratch scratch;
 
     /// Enters the remaps of a definition and everything below it as if its node had this full name, nodes that are not
     /// made yet included, then registers the global parameters of them all.
@@ -51,9 +55,8 @@ public:
 
 private:
     static constexpr int maxRemapSteps = 16;
-    static constexpr int maxDefinitionDepth = 64;
-    void enterRemaps(const CAudioProcessDefBase& definition, const CStringBuf& nodeName, int depth);
-    void enterParams(const CAudioProcessDefBase& definition, const CStringBuf& nodeName, int depth);
+    void enterRemaps(const CAudioProcessDefBase& definition, const CStringBuf& nodeName);
+    void enterParams(const CAudioProcessDefBase& definition, const CStringBuf& nodeName);
 
     CMap<CStringBuf, CStringBuf> remaps;
     CMap<CStringBuf, const CAudioParamDef*> localParams; // definitions that are not global, by full name

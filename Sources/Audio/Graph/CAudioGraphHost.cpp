@@ -6,6 +6,7 @@
 #include "Audio/Graph/CModOutput.h"
 #include "Audio/Graph/CModOutputDef.h"
 #include "Audio/Parameters/CAudioParamCollector.h"
+#include "Platform/CDenormalGuard.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,6 +20,16 @@ namespace
 constexpr int sliceSize = 512;
 constexpr double lowestRate = 8000.0;
 constexpr double highestRate = 768000.0;
+
+// 200 dB above full scale: what lies beyond, or is no number, is a fault somewhere before the graph. One such sample
+// would stay in every recursive filter for seconds, or for ever.
+constexpr double loudestSample = 1e10;
+
+void copySane(const double* in, double* out, int count)
+{
+    for (int i = 0; i < count; ++i)
+        out[i] = std::abs(in[i]) <= loudestSample ? in[i] : 0.0;
+}
 
 }
 
@@ -114,6 +125,7 @@ void CAudioGraphHost::process(const double* const* in, double* const* out, int o
 void CAudioGraphHost::CImplementation::runSlice(const double* const* in, double* const* out, int outputChannels,
                                                 int offset, int count)
 {
+    const CDenormalGuard denormalsAreZero;
     context.collector.flush();
 
     // Copied before anything is written, so that outputs may be the same memory as inputs.
@@ -121,7 +133,7 @@ void CAudioGraphHost::CImplementation::runSlice(const double* const* in, double*
     {
         CAudioBufferRef buffer = context.pool.take(sliceSize);
         if (in != nullptr && in[c] != nullptr)
-            std::copy_n(in[c] + offset, count, buffer.samples());
+            copySane(in[c] + offset, buffer.samples(), count);
         else
             std::fill_n(buffer.samples(), count, 0.0);
         input.buffer(c) = std::move(buffer);

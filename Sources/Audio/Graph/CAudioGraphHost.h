@@ -37,7 +37,7 @@ public:
     CError setLayout(std::span<const int> channelGroups, double sampleRate);
 
     /// Processes `frames` samples (0 or more). `in` has one pointer per channel of the layout, null standing for
-    /// silence; `out` has `outputCount` pointers, null for nowhere; channels that the graph does not produce get zeros.
+    /// silence; a sample that is not finite, or beyond 200 dB, counts as 0. `out` has `outputCount` pointers, null for nowhere; channels that the graph does not produce get zeros.
     /// Outputs may be the same memory as inputs of the same or another channel. Does nothing but write zeros before
     /// create and setLayout.
     void process(const double* const* in, double* const* out, int outputChannels, int frames);

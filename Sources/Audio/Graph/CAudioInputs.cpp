@@ -120,7 +120,41 @@ CAudioInputChange CAudioInputs::refresh()
     }
     change.channels = nextView != lastView;
     nextView.swap(lastView);
+    hasPlainLinks = isPlain();
     return change;
+}
+
+bool CAudioInputs::isPlain() const noexcept
+{
+    for (const auto& port : ports)
+    {
+        const auto hasOneSource = [](const CAudioPortChannel& channel) { return channel.sources.size() == 1; };
+        if (!std::ranges::all_of(port->merged, hasOneSource))
+            return false;
+        for (const auto& feed : port->feeds)
+        {
+            if (std::ranges::any_of(feed->delays, [](const auto& delay) { return delay != nullptr; }))
+                return false;
+        }
+    }
+    return true;
+}
+
+bool CAudioInputs::isSettled() const noexcept
+{
+    if (!hasPlainLinks)
+        return false;
+    for (const auto& port : ports)
+    {
+        if (port->linksChanged)
+            return false;
+        for (const auto& feed : port->feeds)
+        {
+            if (feed->source() == nullptr || feed->seenGeneration != feed->source()->generation())
+                return false;
+        }
+    }
+    return true;
 }
 
 void CAudioInputs::mergePort(CAudioPort& port)
@@ -203,6 +237,7 @@ CAudioBufferRef CAudioInputs::takeDelayed(const CAudioPortChannel::CSource& sour
     if (delay->isIdle())
     {
         delay.reset();
+        hasPlainLinks = isPlain();
         return buffer;
     }
     if (!buffer)

@@ -28,10 +28,15 @@ public:
 
     /// Port `index`, made if it is not there. Port 0 always is.
     CAudioPort& port(std::size_t index);
+    const CAudioPort& port(std::size_t index) const { return *ports[index]; } // one that is there
     std::size_t portCount() const noexcept { return ports.size(); }
 
     /// Takes over what sources have stated, and the block length. Says what differs from before.
     CAudioInputChange refresh();
+
+    /// True when the next refresh() would find nothing but the block's length, and mix() would only move buffers:
+    /// every channel has one source and no delay.
+    bool isSettled() const noexcept;
 
     /// Delays and mixes the block that the sources have delivered into the ports' channel buffers.
     void mix();
@@ -49,6 +54,7 @@ public:
     int blockCapacity() const noexcept { return capacity; }
 
 private:
+    bool isPlain() const noexcept;
     bool dropGoneSources();
     void mergePort(CAudioPort& port);
     void placeDelays(CAudioFeed& feed);
@@ -63,6 +69,7 @@ private:
     int smallest = 0;
     int length = 0;
     int capacity = 0;
+    bool hasPlainLinks = false; // isPlain() since the last refresh that changed anything
     CArray<CAudioChannel> lastView; // all ports' channels without their latency, an entry before each port
     CArray<CAudioChannel> nextView;
 };

@@ -49,6 +49,12 @@ double CAudioModule::paramValue(const CAudioParamStorage* slot, double fallback)
     return slot != nullptr ? slot->getValue(group, element) : fallback;
 }
 
+bool CAudioModule::isPortConnected(int port) const
+{
+    const std::size_t index = static_cast<std::size_t>(port);
+    return index < owner->inputs().portCount() && owner->inputs().port(index).isConnected();
+}
+
 const CAudioProcessDefBase& CAudioModule::definition() const
 {
     return owner->definition();

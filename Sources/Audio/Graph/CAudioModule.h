@@ -35,6 +35,13 @@ public:
     /// new reports true if its settings left their initial state.
     virtual bool update() { return false; }
 
+    // A node may come into a graph which sounds, or leave it. If its modules have settings under which they change
+    // nothing, the terminal fades from these to the real ones, or the other way; others come and go at once.
+    virtual bool canBeNeutral() const { return false; }
+
+    /// Takes these settings, in the place of update().
+    virtual void startNeutral() {}
+
     /// Fetches the slots by registerParam; called once, before prepare().
     virtual void registerParams() {}
 
@@ -77,6 +84,9 @@ protected:
 
     /// Value of a slot at this module's group and element; `fallback` for a null slot.
     double paramValue(const CAudioParamStorage* slot, double fallback = 0.0) const;
+
+    /// True when a link leads to an input port of the node. Its state in update() stays until the next one.
+    bool isPortConnected(int port) const;
 
     /// The definition of the node that the module belongs to.
     const CAudioProcessDefBase& definition() const;

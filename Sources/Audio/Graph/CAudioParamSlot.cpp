@@ -3,8 +3,17 @@
 
 #include "Audio/Parameters/CAudioParamAllocDef.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace kor
 {
+
+int CAudioParamSlot::count(int group, int most) const
+{
+    const double value = values.getValue(group, 0);
+    return value > 0.0 ? static_cast<int>(std::nearbyint(std::min(value, static_cast<double>(most)))) : 0;
+}
 
 bool CAudioParamSlot::useAllGroups() const
 {

@@ -21,8 +21,12 @@ public:
     int index = -1; // slot number of the node's code; -1: none
     const CAudioParamAllocDef* alloc = nullptr; // null when the node bound it by itself
     CAudioParam* param = nullptr;
+    int boundGroup = everyIndex; // the only one whose values it follows; everyIndex: all
     CAudioParamStorage values;
     std::uint32_t changeMask = 0; // bit per group
+
+    /// Element 0 of a group as a number of things: rounded, 0 to `most`.
+    int count(int group, int most) const;
 
     bool useAllGroups() const;
     bool isSmoothUpdate() const;

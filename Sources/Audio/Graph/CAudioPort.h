@@ -11,6 +11,7 @@ namespace kor
 {
 
 class CAudioFeed;
+class CAudioProcessBase;
 class CDSPModDelay;
 
 /// What the graph knows of a channel beside its samples.
@@ -30,7 +31,8 @@ constexpr int maxPortChannels = 16;
 class CAudioOutput
 {
 public:
-    CAudioOutput() = default;
+    /// node: whose output it is; null for the place where a wrapper feeds the nodes inside it.
+    explicit CAudioOutput(const CAudioProcessBase* node = nullptr) noexcept : owner(node) {}
     CAudioOutput(const CAudioOutput&) = delete;
     CAudioOutput& operator=(const CAudioOutput&) = delete;
     ~CAudioOutput();
@@ -55,9 +57,11 @@ public:
     void disconnectAll();
 
     const CArray<CAudioFeed*>& consumers() const noexcept { return feeds; }
+    const CAudioProcessBase* node() const noexcept { return owner; }
 
 private:
     friend class CAudioFeed;
+    const CAudioProcessBase* owner;
     CArray<CAudioChannel> list;
     CArray<CAudioBufferRef> buffers;
     CArray<CAudioFeed*> feeds;
@@ -114,6 +118,7 @@ public:
     void disconnectAll() { setSources({}); }
 
     bool isConnected() const noexcept { return !feeds.empty(); }
+    std::span<const std::unique_ptr<CAudioFeed>> sources() const noexcept { return feeds; }
 
     std::span<CAudioPortChannel> channels() noexcept { return merged; }
     std::span<const CAudioPortChannel> channels() const noexcept { return merged; }

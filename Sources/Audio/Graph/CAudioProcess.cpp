@@ -85,20 +85,34 @@ bool CAudioProcess::evaluateStates()
 void CAudioProcess::update()
 {
     isDirty |= evaluateStates();
+    isDirty |= isLingering;
+    if (change.any())
+        steadyPlan.clear();
     if (isDirty)
         rebuild();
+}
+
+bool CAudioProcess::isBypassed(int id) const
+{
+    return std::ranges::any_of(states, [id](const CBypassState& state)
+                               { return state.definition->id() == id && state.isTrue; });
+}
+
+bool CAudioProcess::lingers(std::size_t index)
+{
+    const bool isLate = nodes[index] != nullptr && !nodes[index]->mayLeave();
+    isLingering |= isLate;
+    return isLate;
 }
 
 void CAudioProcess::rebuild()
 {
     isDirty = false;
     ++rebuilds;
-    if (CError error = wiring.rebuild(
-            [this](int id)
-            {
-                return std::ranges::any_of(states, [id](const CBypassState& state)
-                                           { return state.definition->id() == id && state.isTrue; });
-            }))
+    steadyPlan.clear();
+    isLingering = false;
+    if (CError error = wiring.rebuild([this](int id) { return isBypassed(id); },
+                                      [this](std::size_t index) { return lingers(index); }))
         report(std::move(error));
 
     makeNodes();
@@ -114,8 +128,14 @@ void CAudioProcess::makeNodes()
     const CArray<CAudioProcessWiring::CEntry>& entries = wiring.entries();
     for (std::size_t i = 0; i < entries.size(); ++i)
     {
-        if (!entries[i].isLive() || nodes[i] != nullptr)
+        if (!entries[i].isLive())
             continue;
+        if (nodes[i] != nullptr)
+        {
+            if (!isBypassed(entries[i].definition->traits().bypassStateId))
+                nodes[i]->stayOn();
+            continue;
+        }
         if (CError error = makeNode(i))
         {
             report(std::move(error));
@@ -139,6 +159,7 @@ CError CAudioProcess::makeNode(std::size_t index)
     place.group = group();
     place.element = element();
     place.standsForGroup = standsForGroup();
+    place.joinsRunning = isConfigured;
     KOR_TRY(createProcess(nodes[index], *entry.definition, context(), place));
     return {};
 }
@@ -201,6 +222,11 @@ void CAudioProcess::describeOutputs()
 
 void CAudioProcess::process()
 {
+    if (isSteady())
+    {
+        processSteadily();
+        return;
+    }
     prepareInputs();
     const bool isTransparent = wiring.outputInputs().empty();
     const std::size_t startCount = std::min(starts.size(), inputs().portCount());
@@ -227,28 +253,95 @@ void CAudioProcess::process()
         end->refresh();
         end->mix();
     }
-    putOut(isTransparent ? inputs() : *end);
+    takeOutputs(isTransparent ? inputs() : *end);
     deliverOutputs();
     end->releaseBuffers();
 }
 
-void CAudioProcess::putOut(CAudioInputs& result)
+bool CAudioProcess::checkSteady()
 {
-    for (std::size_t port = 0; port < outputCount(); ++port)
+    if (!isStraightThrough())
+        return false;
+    for (CAudioProcessBase* node : runList)
     {
-        CAudioChannel list[maxPortChannels];
-        std::size_t count = 0;
-        const bool isThere = port < result.portCount();
-        const auto channels = isThere ? result.port(port).channels() : std::span<CAudioPortChannel>();
-        for (const CAudioPortChannel& channel : channels)
-            list[count++] = channel.channel;
-
-        CAudioOutput& out = output(port);
-        out.configure({list, count}, result.sampleRate(), result.blockCapacity());
-        out.blockLength = result.blockLength();
-        for (std::size_t c = 0; c < channels.size(); ++c)
-            out.buffer(c) = std::move(channels[c].buffer);
+        if (!node->isSteady())
+            return false;
     }
+    if (wiring.outputInputs().empty())
+        return true;
+    return end->isSettled() && (steadyPlan.isValid() || planSteadyPath());
+}
+
+// Every link leads from one node's output 0 to another's port, with the same channels everywhere.
+bool CAudioProcess::planSteadyPath()
+{
+    using CSource = CAudioSteadyPlan::CSource;
+    const auto isSameChannel = [](const CAudioPortChannel& a, const CAudioPortChannel& b)
+    { return a.channel.number == b.channel.number; };
+    const auto channels = inputs().port(0).channels();
+
+    planPorts.clear();
+    planSources.clear();
+    const auto addPort = [&](const CAudioPort& port)
+    {
+        if (!port.isConnected())
+        {
+            planSources.push_back({CSource::none});
+            return true;
+        }
+        if (port.sources().size() != 1 || !std::ranges::equal(port.channels(), channels, isSameChannel))
+            return false;
+        const CAudioOutput* source = port.sources().front()->source();
+        if (source == starts.front().get())
+        {
+            planSources.push_back({CSource::containerInput});
+            return true;
+        }
+        const auto node = std::ranges::find_if(runList, [source](auto* entry) { return &entry->output() == source; });
+        planSources.push_back({static_cast<int>(node - runList.begin())});
+        return node != runList.end();
+    };
+
+    for (CAudioProcessBase* node : runList)
+    {
+        const CAudioInputs& nodeInputs = node->inputs();
+        planPorts.push_back(nodeInputs.portCount());
+        for (std::size_t port = 0; port < nodeInputs.portCount(); ++port)
+        {
+            if (!addPort(nodeInputs.port(port)))
+                return false;
+        }
+    }
+    if (!addPort(end->port(0)))
+        return false;
+    const CSource result = planSources.back();
+    steadyPlan.build(context(), runList, planPorts, planSources, result, channels.size());
+    return true;
+}
+
+void CAudioProcess::runSteady(const CAudioSteadyBlock& block)
+{
+    if (steadyPlan.isBuilt())
+    {
+        steadyPlan.run(block);
+        return;
+    }
+    for (std::size_t c = 0; c < block.outputs.size(); ++c)
+    {
+        if (block.inputs[c] != block.outputs[c])
+            std::copy_n(block.inputs[c], block.count, block.outputs[c]);
+    }
+}
+
+std::size_t CAudioProcess::steadyScratch() const
+{
+    return steadyPlan.scratch();
+}
+
+void CAudioProcess::visitRunning(const CVisitor& visit) const
+{
+    for (CAudioProcessBase* node : runList)
+        visit(*node);
 }
 
 }

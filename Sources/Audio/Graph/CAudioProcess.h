@@ -3,6 +3,7 @@
 
 #include "Audio/Graph/CAudioProcessBase.h"
 #include "Audio/Graph/CAudioProcessWiring.h"
+#include "Audio/Graph/CAudioSteadyPlan.h"
 
 namespace kor
 {
@@ -10,8 +11,8 @@ namespace kor
 class CAudioProcessBypassStateDef;
 
 // A running container: makes the nodes that its plan calls for, wires them, and runs them in order. A change of a
-// bypass state makes the plan anew at the start of a block; nodes that stay keep all their state. A container whose
-// output nothing feeds passes its input on.
+// bypass state makes the plan anew at the start of a block; nodes that stay keep all their state. A node that is
+// bypassed leaves when it says that nobody will hear it. A container whose output nothing feeds passes its input on.
 class CAudioProcess : public CAudioProcessBase
 {
 public:
@@ -23,6 +24,9 @@ public:
     void update() override;
     void process() override;
     void disconnectAll() override;
+    void runSteady(const CAudioSteadyBlock& block) override;
+    std::size_t steadyScratch() const override;
+    void visitRunning(const CVisitor& visit) const override;
 
     /// The running node of a child name, null while it has none.
     CAudioProcessBase* findChild(const CStringBuf& childName) const;
@@ -32,6 +36,8 @@ public:
 
 protected:
     void describeOutputs() override;
+    bool needsUpdate() const override { return isLingering; }
+    bool checkSteady() override;
 
 private:
     struct CBypassState
@@ -48,7 +54,9 @@ private:
     void connectNodes();
     CError makeNode(std::size_t index);
     CAudioOutput* findOutput(const CAudioProcessWiring::CInput& input);
-    void putOut(CAudioInputs& result);
+    bool planSteadyPath();
+    bool lingers(std::size_t index);
+    bool isBypassed(int id) const;
     void connectInputs(CAudioInputs& target, const CArray<CAudioProcessWiring::CInput>& wanted);
 
     CAudioProcessWiring wiring;
@@ -57,7 +65,11 @@ private:
     std::unique_ptr<CAudioInputs> end; // the container's outputs as its nodes see them
     CArray<std::unique_ptr<CAudioProcessBase>> nodes; // by entry; null while not there
     CArray<CAudioProcessBase*> runList;
+    CAudioSteadyPlan steadyPlan;
+    CArray<std::size_t> planPorts; // scratch of planSteadyPath, kept for their storage
+    CArray<CAudioSteadyPlan::CSource> planSources;
     bool isDirty = true;
+    bool isLingering = false; // some node stays in the chain although it is bypassed
     int rebuilds = 0;
 };
 

@@ -3,6 +3,8 @@
 
 #include "Audio/Graph/CAudioGraphContext.h"
 #include "Audio/Graph/CAudioProcessDefBase.h"
+#include "Audio/Graph/CAudioProcessMB.h"
+#include "Audio/Graph/CAudioProcessStack.h"
 #include "Audio/Parameters/CAudioParam.h"
 #include "Audio/Parameters/CAudioParamAllocDef.h"
 #include "Audio/Parameters/CAudioParamCollector.h"
@@ -20,19 +22,32 @@ CAudioProcessBase::~CAudioProcessBase() = default;
 CError CAudioProcessBase::createProcess(std::unique_ptr<CAudioProcessBase>& out, const CAudioProcessDefBase& definition,
                                         CAudioGraphContext& context, const CAudioProcessPlace& place)
 {
-    std::unique_ptr<CAudioProcessBase> made = definition.createObject();
+    const CAudioProcessTraits& traits = definition.traits();
+    const bool wantsStack = traits.isStacked && !place.isInStack;
+    const bool wantsMultiband = traits.isMultiband && !place.isInMultiband && !wantsStack;
+    const bool isWrapper = wantsStack || wantsMultiband;
+    std::unique_ptr<CAudioProcessBase> made;
+    if (wantsStack)
+        made = std::make_unique<CAudioProcessStack>();
+    else if (wantsMultiband)
+        made = std::make_unique<CAudioProcessMB>();
+    else
+        made = definition.createObject();
     CAudioProcessBase& node = *made;
     node.nameText = place.name;
     node.def = &definition;
     node.graph = &context;
     node.parentProcess = place.parent;
     node.groupIndex = place.group;
-    node.elementIndex = place.element + definition.traits().stackIndexShift;
+    node.elementIndex = place.element + (isWrapper || place.isInMultiband ? 0 : traits.stackIndexShift);
     node.isGroupInstance = place.standsForGroup;
+    node.isJoining = place.joinsRunning;
     node.inputSide = std::make_unique<CAudioInputs>(context.pool);
-    node.inputSide->isWeighted = definition.traits().isWeightedInput;
-    node.inputSide->isComp = definition.traits().isCompInput;
+    node.inputSide->isWeighted = traits.isWeightedInput;
+    node.inputSide->isComp = traits.isCompInput;
     node.addOutput();
+    if (!isWrapper)
+        node.bindAllocs();
     if (CError error = node.start())
         return error;
     out = std::move(made);
@@ -41,7 +56,6 @@ CError CAudioProcessBase::createProcess(std::unique_ptr<CAudioProcessBase>& out,
 
 CError CAudioProcessBase::start()
 {
-    bindAllocs();
     beforeInit();
     KOR_TRY(init());
     return {};
@@ -54,7 +68,13 @@ CError CAudioProcessBase::createRootProcess(std::unique_ptr<CAudioProcessBase>& 
     context.enterDefinitions(definition, name);
     CAudioProcessPlace place;
     place.name = name;
-    return createProcess(out, definition, context, place);
+    std::unique_ptr<CAudioProcessBase> made;
+    if (CError error = createProcess(made, definition, context, place))
+        return error;
+    if (CError error = context.paramFilters.make(definition, name, context))
+        return error;
+    out = std::move(made);
+    return {};
 }
 
 CError CAudioProcessBase::init()
@@ -79,7 +99,8 @@ void CAudioProcessBase::bindAllocs()
                           ? &graph->collector.defineParam(fullName, *defined->definition)
                           : &graph->paramOf(resolved);
         const bool takesAllGroups = alloc->useAllGroups() || !isGroupInstance;
-        slot->param->addListener(*this, slot->values, takesAllGroups ? everyIndex : groupIndex,
+        slot->boundGroup = takesAllGroups ? everyIndex : groupIndex;
+        slot->param->addListener(*this, slot->values, slot->boundGroup,
                                  alloc->useAllElements() ? everyIndex : elementIndex);
         paramSlots.push_back(std::move(slot));
     }
@@ -90,7 +111,8 @@ CAudioParamSlot& CAudioProcessBase::bindParam(const CStringBuf& relativeName)
     auto slot = std::make_unique<CAudioParamSlot>();
     slot->name = relativeName;
     slot->param = &graph->paramOf(graph->resolve(def->expandName(relativeName, nameText)));
-    slot->param->addListener(*this, slot->values, isGroupInstance ? groupIndex : everyIndex, everyIndex);
+    slot->boundGroup = isGroupInstance ? groupIndex : everyIndex;
+    slot->param->addListener(*this, slot->values, slot->boundGroup, everyIndex);
     paramSlots.push_back(std::move(slot));
     return *paramSlots.back();
 }
@@ -104,7 +126,7 @@ CAudioParamSlot* CAudioProcessBase::findSlot(int index) noexcept
 
 CAudioOutput& CAudioProcessBase::addOutput()
 {
-    outputSide.push_back(std::make_unique<CAudioOutput>());
+    outputSide.push_back(std::make_unique<CAudioOutput>(this));
     return *outputSide.back();
 }
 
@@ -150,17 +172,20 @@ void CAudioProcessBase::takeParamChanges()
             const std::uint32_t mask = isForAll ? ~0u : 1u << (static_cast<unsigned>(request.group) & 31u);
             for (const auto& slot : paramSlots)
             {
-                if (slot->param == request.param)
-                {
-                    slot->values.applyChange(request);
-                    slot->changeMask |= mask;
-                }
+                if (slot->param != request.param)
+                    continue;
+                CAudioParamRequest wanted = request;
+                if (request.group == allGroups && slot->boundGroup != everyIndex)
+                    wanted.group = slot->boundGroup; // the lists of other groups are empty here, and stay so
+                slot->values.applyChange(wanted);
+                slot->changeMask |= mask;
             }
         });
 }
 
 void CAudioProcessBase::prepareInputs()
 {
+    steadyMark = 0;
     change = inputSide->refresh();
     if (!isConfigured)
     {
@@ -198,6 +223,71 @@ void CAudioProcessBase::describeOutputs()
         ++count;
     }
     output().configure({list, count}, inputSide->sampleRate(), inputSide->blockCapacity());
+}
+
+void CAudioProcessBase::takeOutputs(CAudioInputs& result)
+{
+    for (std::size_t port = 0; port < outputCount(); ++port)
+    {
+        CAudioChannel list[maxPortChannels];
+        std::size_t count = 0;
+        const bool isThere = port < result.portCount();
+        const auto channels = isThere ? result.port(port).channels() : std::span<CAudioPortChannel>();
+        for (const CAudioPortChannel& channel : channels)
+            list[count++] = channel.channel;
+
+        CAudioOutput& out = output(port);
+        out.configure({list, count}, result.sampleRate(), result.blockCapacity());
+        out.blockLength = result.blockLength();
+        for (std::size_t c = 0; c < channels.size(); ++c)
+            out.buffer(c) = std::move(channels[c].buffer);
+    }
+}
+
+bool CAudioProcessBase::isSteady()
+{
+    if (!isConfigured || hasChanges() || !timers.empty() || timerEnded || !inputSide->isSettled() || needsUpdate())
+        return false;
+    const std::uint64_t mark = graph->collector.deliveryCount();
+    if (steadyMark != mark)
+    {
+        if (!checkSteady())
+            return false;
+        steadyMark = mark;
+    }
+    return true;
+}
+
+bool CAudioProcessBase::isStraight() const
+{
+    const auto isSame = [](const CAudioPortChannel& in, const CAudioChannel& out)
+    { return in.channel.number == out.number && in.channel.group == out.group && in.channel.latency == out.latency; };
+    return std::ranges::equal(inputs().port(0).channels(), outputSide[0]->channels(), isSame) &&
+           inputs().sampleRate() == outputSide[0]->sampleRate();
+}
+
+void CAudioProcessBase::processSteadily()
+{
+    inputSide->refresh(); // brings the block's length, nothing else
+    inputSide->mix();
+    const auto channels = inputSide->port(0).channels();
+    const double* in[maxPortChannels];
+    double* out[maxPortChannels];
+    for (std::size_t c = 0; c < channels.size(); ++c)
+    {
+        CAudioBufferRef& given = channels[c].buffer;
+        CAudioBufferRef& result = output().buffer(c);
+        in[c] = given.samples();
+        if (given.useCount() == 1)
+            result = std::move(given);
+        else
+            result = graph->pool.take(std::max(inputSide->blockCapacity(), inputSide->blockLength()));
+        out[c] = result.samples();
+    }
+    output().blockLength = inputSide->blockLength();
+    if (!channels.empty() && output().blockLength > 0)
+        runSteady({{in, channels.size()}, 1, {out, channels.size()}, output().blockLength});
+    deliverOutputs();
 }
 
 void CAudioProcessBase::deliverOutputs()

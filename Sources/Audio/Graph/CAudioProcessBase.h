@@ -7,7 +7,9 @@
 #include "Core/CError.h"
 #include "Core/CStringBuf.h"
 
+#include <functional>
 #include <memory>
+#include <span>
 
 namespace kor
 {
@@ -25,6 +27,16 @@ struct CAudioProcessPlace
     bool standsForGroup = false; // the node or one above it is the instance of a single channel group
     bool isInStack = false; // the caller is the stack that wraps the definition
     bool isInMultiband = false;
+    bool joinsRunning = false; // its container has been heard already
+};
+
+/// What a node reads and writes on the steady path. Channels are those of port 0, in rising number.
+struct CAudioSteadyBlock
+{
+    std::span<const double* const> inputs; // a pointer per port for every channel: inputs[channel * portCount + port]
+    std::size_t portCount;
+    std::span<double* const> outputs; // per channel; either its input of port 0 or apart from all inputs
+    int count; // samples, 1 or more
 };
 
 // Any node of the running graph: input ports, one output port or more, parameter slots with the queue of changes that
@@ -52,6 +64,37 @@ public:
     /// Withdraws from all sources and consumers.
     virtual void disconnectAll();
 
+    // The steady path: while nothing changes, whoever holds a node may run it on plain memory instead of handing
+    // buffers through its ports. A node takes part if its output has the channels, rate, latency and length of its
+    // port 0. Both paths compute the same.
+
+    /// True when the node's next block would find nothing to do but its samples: no change waits, nothing fades, the
+    /// channels of all ports are the last block's, each from one source, none delayed.
+    bool isSteady();
+
+    /// Processes a block of any length. Only after isSteady() was true for the slice that runs; a node may be run
+    /// several times in a slice, on one stretch of it after the other.
+    virtual void runSteady(const CAudioSteadyBlock&) {}
+
+    /// With one result for all channels: on the steady path the outputs are then one buffer, apart from all inputs.
+    virtual bool sharesSteadyOutput() const { return false; }
+
+    /// Scratch memory that runSteady takes from the context, in samples.
+    virtual std::size_t steadyScratch() const { return 0; }
+
+    // A node that sounds leaves its container's chain without a step if its class knows how.
+
+    /// Asked at the start of every block for which the node is bypassed: begins to fade to changing nothing, and says
+    /// whether it is there, so that it may go.
+    virtual bool mayLeave() { return true; }
+
+    /// The node is wanted again before it was gone.
+    virtual void stayOn() {}
+
+    /// Visits the nodes that run inside this one, in the order in which they run.
+    using CVisitor = std::function<void(CAudioProcessBase& node)>;
+    virtual void visitRunning(const CVisitor&) const {}
+
     /// Between the setting of the fields and init.
     virtual void beforeInit() {}
 
@@ -61,7 +104,7 @@ public:
                                 CAudioGraphContext& context, const CAudioProcessPlace& place);
 
     /// As above for the topmost node: before any slot is bound, the remaps and the global parameters of the whole
-    /// definition subtree are entered.
+    /// definition subtree are entered; at the end its parameter filters run.
     static CError createRootProcess(std::unique_ptr<CAudioProcessBase>& out, const CAudioProcessDefBase& definition,
                                     CAudioGraphContext& context, const CStringBuf& name);
 
@@ -72,6 +115,9 @@ public:
     int group() const noexcept { return groupIndex; }
     int element() const noexcept { return elementIndex; }
     bool standsForGroup() const noexcept { return isGroupInstance; }
+
+    /// The node came into a graph that sounds already, so that it has to blend in.
+    bool joinsRunning() const noexcept { return isJoining; }
 
     CAudioInputs& inputs() noexcept { return *inputSide; }
     const CAudioInputs& inputs() const noexcept { return *inputSide; }
@@ -100,6 +146,22 @@ protected:
 
     /// Hands all outputs to their consumers and drops what is left of the inputs.
     void deliverOutputs();
+
+    /// States what has come out of inner nodes as this node's outputs, port for port, and takes the buffers over.
+    void takeOutputs(CAudioInputs& result);
+
+    /// What a class says to isSteady() beyond its inputs, changes and timers; asked again only when something has
+    /// changed. Default: no part in the steady path.
+    virtual bool checkSteady() { return false; }
+
+    /// True when output 0 is described as port 0 is.
+    bool isStraight() const;
+
+    /// The same for a node that must have no further ports.
+    bool isStraightThrough() const { return isStraight() && inputSide->portCount() == 1 && outputCount() == 1; }
+
+    /// process() on the steady path, for a node of one port that is steady.
+    void processSteadily();
 
     /// Has update() called in every block until `seconds` of audio have passed; then sets `flag`, calls it once more
     /// and ends. A timer that sets the same flag already is prolonged.
@@ -140,6 +202,8 @@ private:
     int groupIndex = 0;
     int elementIndex = 0;
     bool isGroupInstance = false;
+    bool isJoining = false;
+    std::uint64_t steadyMark = 0; // deliveries so far when checkSteady() last said yes; 0: not since the last process
     std::unique_ptr<CAudioInputs> inputSide;
     CArray<std::unique_ptr<CAudioOutput>> outputSide;
     CArray<CTimer> timers;

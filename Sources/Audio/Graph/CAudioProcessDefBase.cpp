@@ -3,8 +3,10 @@
 
 #include "Audio/Graph/CAudioProcessBypassStateDef.h"
 #include "Audio/Graph/CAudioProcessLinkDef.h"
+#include "Audio/Graph/MultibandParts.h"
 #include "Audio/Parameters/CAudioParamAllocDef.h"
 #include "Audio/Parameters/CAudioParamDef.h"
+#include "Audio/Parameters/CAudioParamFilterDef.h"
 #include "Audio/Parameters/CAudioParamName.h"
 #include "Audio/Parameters/CAudioParamRemapDef.h"
 
@@ -18,6 +20,9 @@ namespace
 {
 
 constexpr double shortestFadeSeconds = 0.0001;
+
+// Definitions that lead back to themselves end here.
+constexpr int maxDepth = 64;
 
 /// Keeps `child` in `list` if it is of the list's class.
 template <class T>
@@ -66,7 +71,7 @@ CError CAudioProcessDefBase::initChilds()
     for (const CObject* child : children())
     {
         if (keep(processes, *child) || keep(allocs, *child) || keep(remaps, *child) || keep(linkDefs, *child) ||
-            keep(bypassStateDefs, *child))
+            keep(bypassStateDefs, *child) || keep(filterDefs, *child))
             continue;
         if (const CAudioParamDef* param = dynamic_cast<const CAudioParamDef*>(child))
             params.push_back({param->name(), param});
@@ -100,6 +105,37 @@ void CAudioProcessDefBase::visitChildDefs(const CStringBuf& nodeName, const CChi
         if (!child->traits().isPrototype)
             visit(*child, nodeName + "." + child->name());
     }
+}
+
+void CAudioProcessDefBase::visitSubtree(const CStringBuf& nodeName, const CChildVisitor& visit) const
+{
+    visitSubtree(nodeName, visit, false, 0);
+}
+
+void CAudioProcessDefBase::visitSubtree(const CStringBuf& nodeName, const CChildVisitor& visit, bool isInMultiband,
+                                        int depth) const
+{
+    if (depth == maxDepth)
+        return;
+    visit(*this, nodeName);
+    if (settings.isMultiband && !isInMultiband)
+    {
+        for (const CMultibandPart& part : multibandParts)
+        {
+            if (const CAudioProcessDefBase* definition = findProcessDef(settings.*part.definition))
+                definition->visitSubtree(nodeName + part.suffix, visit, false, depth + 1);
+        }
+        visitSubtree(nodeName + multibandCopySuffix, visit, true, depth + 1);
+        return;
+    }
+    visitChildDefs(nodeName, [&](const CAudioProcessDefBase& child, const CStringBuf& name)
+                   { child.visitSubtree(name, visit, false, depth + 1); });
+}
+
+const CAudioProcessDefBase* CAudioProcessDefBase::findProcessDef(const CStringBuf& name) const
+{
+    const auto found = std::ranges::find_if(processes, [&](const auto* child) { return child->name() == name; });
+    return found != processes.end() ? *found : nullptr;
 }
 
 int CAudioProcessDefBase::fadeSamples(double sampleRate) const

@@ -11,6 +11,7 @@ namespace kor
 
 class CAudioParamAllocDef;
 class CAudioParamDef;
+class CAudioParamFilterDef;
 class CAudioParamRemapDef;
 class CAudioProcessBase;
 class CAudioProcessBypassStateDef;
@@ -58,6 +59,13 @@ public:
     using CChildVisitor = std::function<void(const CAudioProcessDefBase& definition, const CStringBuf& name)>;
     virtual void visitChildDefs(const CStringBuf& nodeName, const CChildVisitor& visit) const;
 
+    /// Visits this definition as a node called `nodeName` and all that may run below it, likewise. A multiband
+    /// definition is visited twice, as the wrapper and as the copies in it. What lies deeper than 64 is left out.
+    void visitSubtree(const CStringBuf& nodeName, const CChildVisitor& visit) const;
+
+    /// The definition of a child process with this name, null when there is none.
+    const CAudioProcessDefBase* findProcessDef(const CStringBuf& name) const;
+
     /// True for a definition whose nodes exist only in the wiring: consumers link past them.
     virtual bool isJunction() const { return false; }
 
@@ -80,8 +88,10 @@ public:
     const CArray<const CAudioParamRemapDef*>& paramRemaps() const noexcept { return remaps; }
     const CArray<const CAudioProcessLinkDef*>& links() const noexcept { return linkDefs; }
     const CArray<const CAudioProcessBypassStateDef*>& bypassStates() const noexcept { return bypassStateDefs; }
+    const CArray<const CAudioParamFilterDef*>& paramFilters() const noexcept { return filterDefs; }
 
 private:
+    void visitSubtree(const CStringBuf& nodeName, const CChildVisitor& visit, bool isInMultiband, int depth) const;
     void collectFolder(const CObject& folder, const CStringBuf& prefix);
 
     CAudioProcessTraits settings;
@@ -91,6 +101,7 @@ private:
     CArray<const CAudioParamRemapDef*> remaps;
     CArray<const CAudioProcessLinkDef*> linkDefs;
     CArray<const CAudioProcessBypassStateDef*> bypassStateDefs;
+    CArray<const CAudioParamFilterDef*> filterDefs;
 };
 
 }

@@ -9,6 +9,16 @@
 namespace kor
 {
 
+namespace
+{
+
+bool isBusy(const CAudioModuleSlot& slot)
+{
+    return slot.fadeCount() > 0 || slot.isWaiting;
+}
+
+}
+
 bool CAudioProcessTerminalBase::isWhole() const noexcept
 {
     return definition().traits().isTerminalWhole;
@@ -40,7 +50,7 @@ void CAudioProcessTerminalBase::reset()
         while (slot.moduleCount() > 1)
             retire(slot.dropOldest());
         if (slot.isWaiting)
-            slot.newest().update();
+            takeSettings(slot.newest());
         slot.isWaiting = false;
         slot.newest().reset();
     }
@@ -118,9 +128,48 @@ void CAudioProcessTerminalBase::fillSlot(CAudioModuleSlot& slot, int channel, in
     slot.group = group;
     slot.isNew = true;
     std::unique_ptr<CAudioModule> module = takeModule(channel, group);
-    module->update();
+    const bool isNeutral = joinsRunning() && !isConfigured && module->canBeNeutral();
+    if (isNeutral)
+        module->startNeutral();
+    else
+        module->update();
     module->reset();
     slot.start(std::move(module));
+    if (isNeutral)
+        startFade(slot);
+}
+
+bool CAudioProcessTerminalBase::mayLeave()
+{
+    if (slots.empty() || !slots.front().newest().canBeNeutral())
+        return true;
+    if (!isLeaving)
+    {
+        isLeaving = true;
+        for (CAudioModuleSlot& slot : slots)
+            startFade(slot);
+    }
+    return std::ranges::none_of(slots, isBusy);
+}
+
+void CAudioProcessTerminalBase::stayOn()
+{
+    if (!isLeaving)
+        return;
+    isLeaving = false;
+    for (CAudioModuleSlot& slot : slots)
+        startFade(slot);
+}
+
+bool CAudioProcessTerminalBase::checkSteady()
+{
+    return isStraight() && std::ranges::none_of(slots, isBusy);
+}
+
+bool CAudioProcessTerminalBase::sharesSteadyOutput() const
+{
+    return isWhole() && !slots.empty() && slots.front().newest().passThroughPort() < 0 &&
+           slots.front().newest().sharesOutput();
 }
 
 void CAudioProcessTerminalBase::updateSlot(CAudioModuleSlot& slot, bool mustUpdate)
@@ -143,11 +192,20 @@ void CAudioProcessTerminalBase::updateSlot(CAudioModuleSlot& slot, bool mustUpda
         }
     }
 
-    // While values wait, the newest module must not see them: they come with the next fade, all at once.
-    if (slot.isWaiting || (isConcerned && isSmooth))
+    // While values wait, the newest module must not see them: they come with the next fade, all at once. A node that
+    // leaves has no use for them.
+    if (slot.isWaiting || (isConcerned && isSmooth && !isLeaving))
         startFade(slot);
-    else if (isConcerned || mustUpdate)
+    else if ((isConcerned || mustUpdate) && !isLeaving)
         slot.newest().update();
+}
+
+void CAudioProcessTerminalBase::takeSettings(CAudioModule& module)
+{
+    if (isLeaving)
+        module.startNeutral();
+    else
+        module.update();
 }
 
 void CAudioProcessTerminalBase::startFade(CAudioModuleSlot& slot)
@@ -157,7 +215,7 @@ void CAudioProcessTerminalBase::startFade(CAudioModuleSlot& slot)
         return;
 
     std::unique_ptr<CAudioModule> module = takeModule(slot.channel, slot.group);
-    module->update();
+    takeSettings(*module);
     if (module->hasSameSettings(slot.newest()))
     {
         retire(std::move(module));

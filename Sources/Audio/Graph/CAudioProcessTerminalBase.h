@@ -26,6 +26,10 @@ public:
     void reset() override;
     void update() override;
     void process() override;
+    void runSteady(const CAudioSteadyBlock& block) override;
+    bool sharesSteadyOutput() const override;
+    bool mayLeave() override;
+    void stayOn() override;
 
     /// A new module of this node's class. Allocates; called only when there is no spare.
     virtual std::unique_ptr<CAudioModule> createModule() = 0;
@@ -45,12 +49,14 @@ protected:
 
     /// A channel's latency is that of the inputs plus what its newest module adds.
     void describeOutputs() override;
+    bool checkSteady() override;
 
 private:
     bool isWhole() const noexcept;
     void rebuildSlots();
     void fillSlot(CAudioModuleSlot& slot, int channel, int group);
     void updateSlot(CAudioModuleSlot& slot, bool mustUpdate);
+    void takeSettings(CAudioModule& module);
     void startFade(CAudioModuleSlot& slot);
     std::unique_ptr<CAudioModule> takeModule(int channel, int group);
     void retire(std::unique_ptr<CAudioModule> module);
@@ -64,12 +70,14 @@ private:
     void processSlots();
     CAudioBufferRef processFading(CAudioModuleSlot& slot, std::size_t channel);
     void processWhole();
+    static void passSteadily(const CAudioSteadyBlock& block, std::size_t channel, int port);
     void runWhole(CAudioModule& module, CArray<CAudioBufferRef>& results, bool mayWriteInPlace);
 
     CArray<CAudioModuleSlot> slots; // by channel of port 0; one with is-terminal-whole
     CArray<CAudioModuleSlot> oldSlots; // scratch of rebuildSlots
     CArray<std::unique_ptr<CAudioModule>> spares;
     bool fadeTimerEnded = false;
+    bool isLeaving = false; // on the way to changing nothing, or there
 
     // Of the block that runs.
     CArray<const double*> inputPointers; // port after port for every channel

@@ -31,6 +31,48 @@ void CAudioProcessTerminalBase::processSteady(std::span<const CAudioModuleRun> s
         run.module->processPorts(run.inputs, run.output, count);
 }
 
+void CAudioProcessTerminalBase::passSteadily(const CAudioSteadyBlock& block, std::size_t channel, int port)
+{
+    const std::size_t index = static_cast<std::size_t>(port);
+    const double* source = index < block.portCount ? block.inputs[channel * block.portCount + index] : nullptr;
+    double* result = block.outputs[channel];
+    if (source == nullptr)
+        std::fill_n(result, block.count, 0.0);
+    else if (source != result)
+        std::copy_n(source, block.count, result);
+}
+
+void CAudioProcessTerminalBase::runSteady(const CAudioSteadyBlock& block)
+{
+    const std::size_t channels = block.outputs.size();
+    if (isWhole())
+    {
+        CAudioModule& module = slots.front().newest();
+        const int port = module.passThroughPort();
+        for (std::size_t c = 0; port >= 0 && c < channels; ++c)
+            passSteadily(block, c, port);
+        if (port >= 0)
+            return;
+        wholeIn.clear();
+        for (std::size_t c = 0; c < channels; ++c)
+            wholeIn.push_back(block.inputs[c * block.portCount]);
+        module.processChannels(wholeIn, block.outputs, block.count);
+        return;
+    }
+
+    runs.clear();
+    for (std::size_t c = 0; c < channels; ++c)
+    {
+        CAudioModule& module = slots[c].newest();
+        if (const int port = module.passThroughPort(); port >= 0)
+            passSteadily(block, c, port);
+        else
+            runs.push_back({&module, block.inputs.subspan(c * block.portCount, block.portCount), block.outputs[c]});
+    }
+    if (!runs.empty())
+        processSteady(runs, block.count);
+}
+
 CAudioBufferRef CAudioProcessTerminalBase::takeBuffer()
 {
     return context().pool.take(std::max(inputs().blockCapacity(), inputs().blockLength()));

@@ -99,28 +99,35 @@ void CAudioProcessWiring::addPast(int source, int sourcePort, int target, int po
     visited[own].isOpen = false;
 }
 
-// Each entry of the chain takes its predecessor's output, the first one the container's input; what is left at the end
-// is the container's output.
-void CAudioProcessWiring::addChain(const std::function<bool(int)>& isBypassed, bool toJunctions)
+void CAudioProcessWiring::findChain(const CStateTest& isBypassed, const CEntryTest& lingers)
 {
-    int previous = containerInput;
-    bool isEmpty = true;
-    for (std::size_t i = 0; i < list.size(); ++i)
+    chain.clear();
+    for (std::size_t i = 0; isAutoLinks && i < list.size(); ++i)
     {
         const CAudioProcessTraits& traits = list[i].definition->traits();
-        if (traits.isOutOfOrder || list[i].isAbsent || (traits.bypassStateId >= 0 && isBypassed(traits.bypassStateId)))
-            continue;
-        const int index = static_cast<int>(i);
-        if (list[i].isJunction == toJunctions)
+        const bool isOut = traits.bypassStateId >= 0 && isBypassed(traits.bypassStateId) && !lingers(i);
+        if (!traits.isOutOfOrder && !isOut)
+            chain.push_back(i);
+    }
+}
+
+// Each entry of the chain takes its predecessor's output, the first one the container's input; what is left at the end
+// is the container's output.
+void CAudioProcessWiring::addChain(bool toJunctions)
+{
+    int previous = containerInput;
+    for (const std::size_t entry : chain)
+    {
+        const int index = static_cast<int>(entry);
+        if (list[entry].isJunction == toJunctions)
             addFrom(previous, 0, index, 0);
         previous = index;
-        isEmpty = false;
     }
-    if (!toJunctions && !isEmpty)
+    if (!toJunctions && !chain.empty())
         addFrom(previous, 0, containerOutput, 0);
 }
 
-void CAudioProcessWiring::addLinks(const std::function<bool(int)>& isBypassed, bool toJunctions)
+void CAudioProcessWiring::addLinks(const CStateTest& isBypassed, bool toJunctions)
 {
     for (const CLink& link : links)
     {
@@ -138,7 +145,7 @@ void CAudioProcessWiring::addLinks(const std::function<bool(int)>& isBypassed, b
     }
 }
 
-CError CAudioProcessWiring::rebuild(const std::function<bool(int)>& isBypassed)
+CError CAudioProcessWiring::rebuild(const CStateTest& isBypassed, const CEntryTest& lingers)
 {
     hasJunctionRing = false;
     end.clear();
@@ -148,12 +155,11 @@ CError CAudioProcessWiring::rebuild(const std::function<bool(int)>& isBypassed)
         entry.isAbsent = false;
     }
 
+    findChain(isBypassed, lingers);
     // Junctions first, so that their inputs are complete before anything is linked past them.
-    if (isAutoLinks)
-        addChain(isBypassed, true);
+    addChain(true);
     addLinks(isBypassed, true);
-    if (isAutoLinks)
-        addChain(isBypassed, false);
+    addChain(false);
     addLinks(isBypassed, false);
 
     dropDeadSources();

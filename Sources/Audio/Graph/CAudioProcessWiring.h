@@ -46,14 +46,17 @@ public:
     /// One entry per child that is no prototype. "Duplicate audio process name '%1'."
     CError init(const CAudioProcessDef& definition, const CStringBuf& containerName);
 
-    /// Makes the plan anew. isBypassed says whether a bypass state is true. "process seq err" when links form a ring;
-    /// the plan then holds what can run without it.
-    CError rebuild(const std::function<bool(int bypassStateId)>& isBypassed);
+    /// Makes the plan anew. isBypassed says whether a bypass state is true; lingers, whether a node stays in the chain
+    /// although its own is. "process seq err" when links form a ring; the plan then holds what can run without it.
+    using CStateTest = std::function<bool(int bypassStateId)>;
+    using CEntryTest = std::function<bool(std::size_t entry)>;
+    CError rebuild(const CStateTest& isBypassed, const CEntryTest& lingers);
 
     /// Takes an entry that could not be made out of the plan, and whatever hung on it alone.
     void dropEntry(std::size_t index);
 
     CArray<CEntry>& entries() noexcept { return list; }
+    const CArray<CEntry>& entries() const noexcept { return list; }
 
     /// What feeds the container's output; `port` is the output's number.
     const CArray<CInput>& outputInputs() const noexcept { return end; }
@@ -87,13 +90,15 @@ private:
     void addInput(int target, const CInput& input);
     void addFrom(int source, int sourcePort, int target, int port);
     void addPast(int source, int sourcePort, int target, int port, CArray<CVisit>& visited);
-    void addChain(const std::function<bool(int)>& isBypassed, bool toJunctions);
-    void addLinks(const std::function<bool(int)>& isBypassed, bool toJunctions);
+    void findChain(const CStateTest& isBypassed, const CEntryTest& lingers);
+    void addChain(bool toJunctions);
+    void addLinks(const CStateTest& isBypassed, bool toJunctions);
     void dropDeadSources();
     bool sort();
 
     CArray<CEntry> list;
     CArray<CLink> links;
+    CArray<std::size_t> chain; // the entries that are linked by their order
     CArray<CInput> end;
     CArray<std::size_t> order;
     CStringBuf context;

@@ -17,7 +17,7 @@ public:
     static void initClass(CObjectClassInfo& info);
     CError init() override;
 
-    CLock lock;
+    CLock lock{CLockRank::environment};
 
     /// True between the host's start and stop of processing.
     std::atomic<bool> isProcessing{false};

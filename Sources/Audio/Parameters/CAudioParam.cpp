@@ -140,12 +140,12 @@ bool CAudioParam::prepare(CPrepared& prepared, const CAudioParamRequest& request
 
 void CAudioParam::change(const CAudioParamRequest& request, CAudioParamUndoContext* undo, CAudioParamDelivery delivery)
 {
-    run(request, {undo, delivery, nullptr});
+    run(request, {undo, delivery});
 }
 
 void CAudioParam::storeDelivered(const CAudioParamRequest& request, std::uint64_t mark)
 {
-    run(request, {nullptr, CAudioParamDelivery::deferred, &mark});
+    run(request, {.mark = &mark});
 }
 
 std::uint64_t CAudioParam::deliver(const CAudioParamRequest& request)
@@ -167,15 +167,20 @@ void CAudioParam::run(const CAudioParamRequest& request, const CManner& manner)
     if (isLocked || !prepare(prepared, request))
         return;
     const CAudioParamRequest& fitted = prepared.request;
+    const CAudioParamInfo& definition = info();
+    CAudioParamUndoContext* recorder = definition.isStorable || definition.isPersistent ? manner.undo : nullptr;
+    if (recorder != nullptr)
+        recorder->recordOld(*this, fitted);
     const int firstGroup = fitted.group == allGroups ? 0 : fitted.group;
     const int endGroup = fitted.group == allGroups ? current.groupCount() : fitted.group + 1;
     for (int g = firstGroup; g < endGroup; ++g)
         if (fitted.firstElement > current.elementCount(g))
             fillGap(g, fitted.firstElement, manner);
-    store(fitted, manner);
+    store(fitted, manner, recorder);
 }
 
-// One element at a time, so that what follows the parameter sees nothing but ordinary small changes.
+// One element at a time, so that what follows the parameter sees nothing but ordinary small changes. The change that
+// comes behind the gap is recorded with all of it.
 void CAudioParam::fillGap(int group, int firstElement, const CManner& manner)
 {
     for (int e = current.elementCount(group); e < firstElement; ++e)
@@ -187,11 +192,11 @@ void CAudioParam::fillGap(int group, int firstElement, const CManner& manner)
         CPrepared prepared;
         if (value.empty() || !prepare(prepared, request))
             return;
-        store(prepared.request, manner);
+        store(prepared.request, manner, nullptr);
     }
 }
 
-void CAudioParam::store(const CAudioParamRequest& request, const CManner& manner)
+void CAudioParam::store(const CAudioParamRequest& request, const CManner& manner, CAudioParamUndoContext* recorder)
 {
     int touchedEnd = request.firstElement + request.elementCount;
     if (request.cut)
@@ -201,14 +206,10 @@ void CAudioParam::store(const CAudioParamRequest& request, const CManner& manner
         for (int g = firstGroup; g < endGroup; ++g)
             touchedEnd = std::max(touchedEnd, current.elementCount(g));
     }
-    const CAudioParamInfo& definition = info();
-    CAudioParamUndoContext* recorded = definition.isStorable || definition.isPersistent ? manner.undo : nullptr;
-    if (recorded != nullptr)
-        recorded->recordOld(*this, request);
     current.applyChange(request);
     ++sequence;
-    if (recorded != nullptr)
-        recorded->recordNew(*this, request);
+    if (recorder != nullptr)
+        recorder->recordNew(*this, request);
     sendStored(request, touchedEnd, manner);
     runHooks(request, touchedEnd, manner.undo);
 }
@@ -236,12 +237,12 @@ void CAudioParam::runHooks(const CAudioParamRequest& request, int touchedEnd, CA
 {
     if (selectionHook != nullptr)
         selectionHook->onParamChange(request, undo);
-    if (!collector.hooks.empty())
+    if (!collector.changeHooks.empty())
         CAudioParamChangeScope::defer(
             [this, group = request.group, first = request.firstElement, touchedEnd]
             {
-                collector.tellHooks([&](CAudioParamCollectorHook& hook)
-                                    { hook.onParamChanged(*this, group, first, touchedEnd); });
+                for (CAudioParamCollectorHook* hook : collector.changeHooks)
+                    hook->onParamChanged(*this, group, first, touchedEnd);
             });
     for (std::size_t i = 0; i < hooks.size(); ++i)
         hooks[i]->onParamChange(request, undo);
@@ -254,7 +255,7 @@ void CAudioParam::setValue(int group, int element, double value, CAudioParamUndo
     request.group = group;
     request.firstElement = element;
     request.values = &value;
-    run(request, {undo, delivery, nullptr});
+    run(request, {undo, delivery});
 }
 
 void CAudioParam::setText(int group, int element, const CStringBuf& text, CAudioParamUndoContext* undo)
@@ -337,6 +338,19 @@ void CAudioParam::setSelectionHook(CAudioParamChangeHook* hook)
 {
     CLockHolder hold(mutex);
     selectionHook = hook;
+}
+
+void CAudioParam::linkName(CAudioParam& nameParam)
+{
+    CLockHolder hold(mutex);
+    if (std::ranges::find(linkedNames, &nameParam) == linkedNames.end())
+        linkedNames.push_back(&nameParam);
+}
+
+CArray<CAudioParam*> CAudioParam::nameParams() const
+{
+    CLockHolder hold(mutex);
+    return linkedNames;
 }
 
 void CAudioParam::setLocked(bool locked)

@@ -30,13 +30,21 @@ public:
     virtual void onParamChange(const CAudioParamRequest& request, CAudioParamUndoContext* undo) = 0;
 };
 
-/// Records what a user's action changed, before and after; called under the parameter's lock.
+/// Records what a user's action changed, before and after; called under the parameter's lock. A hook may pass it on to
+/// the changes it makes, but not keep it.
 class CAudioParamUndoContext
 {
 public:
     virtual ~CAudioParamUndoContext() = default;
     virtual void recordOld(CAudioParam& param, const CAudioParamRequest& request) = 0;
     virtual void recordNew(CAudioParam& param, const CAudioParamRequest& request) = 0;
+
+    /// True while a step of the history is undone or redone: nothing is recorded, and the user's action lies behind.
+    virtual bool isReplay() const { return false; }
+
+    /// In a replay: the step restores this group of the parameter by itself, so that whoever derives its values from
+    /// another parameter's (a registry from the value that selects a preset) keeps silent about it.
+    virtual bool holds(const CAudioParam&, int) const { return false; }
 };
 
 /// How a change reaches the audio side.
@@ -128,6 +136,10 @@ public:
     /// The registry that this parameter selects presets of; runs ahead of the other hooks. Null for none.
     void setSelectionHook(CAudioParamChangeHook* hook);
 
+    /// The text parameters that name the preset which this one's values came from; each is linked once.
+    void linkName(CAudioParam& nameParam);
+    CArray<CAudioParam*> nameParams() const;
+
     /// A locked parameter ignores all changes.
     void setLocked(bool locked);
 
@@ -149,7 +161,7 @@ private:
     bool prepare(CPrepared& prepared, const CAudioParamRequest& request) const;
     void run(const CAudioParamRequest& request, const CManner& manner);
     void fillGap(int group, int firstElement, const CManner& manner);
-    void store(const CAudioParamRequest& request, const CManner& manner);
+    void store(const CAudioParamRequest& request, const CManner& manner, CAudioParamUndoContext* recorder);
     void sendStored(const CAudioParamRequest& request, int touchedEnd, const CManner& manner);
     void runHooks(const CAudioParamRequest& request, int touchedEnd, CAudioParamUndoContext* undo);
     std::uint64_t deliver(const CAudioParamRequest& request);
@@ -157,7 +169,7 @@ private:
     void loadList(const CAudioParamStorage& loaded, const CAudioParamLoadTarget& target, CAudioParamUndoContext* undo);
     void write(const CAudioParamRequest& request, bool toDefaults, CAudioParamUndoContext* undo);
 
-    mutable CLock mutex;
+    mutable CLock mutex{CLockRank::parameter};
     CAudioParamCollector& collector;
     CStringBuf name;
     std::atomic<const CAudioParamInfo*> paramInfo{nullptr};
@@ -169,6 +181,7 @@ private:
     CAudioParamStorage defaults;
     CArray<CAudioParamChangeHook*> hooks;
     CAudioParamChangeHook* selectionHook = nullptr;
+    CArray<CAudioParam*> linkedNames;
     bool isLocked = false;
     std::uint64_t sequence = 0;                 // number of the latest change
 

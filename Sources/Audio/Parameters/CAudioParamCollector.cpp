@@ -114,11 +114,14 @@ void CAudioParamCollector::forEachParam(const std::function<void(CAudioParam&)>&
 void CAudioParamCollector::addHook(CAudioParamCollectorHook& hook)
 {
     hooks.push_back(&hook);
+    if (hook.followsChanges())
+        changeHooks.push_back(&hook);
 }
 
 void CAudioParamCollector::removeHook(CAudioParamCollectorHook& hook)
 {
     std::erase(hooks, &hook);
+    std::erase(changeHooks, &hook);
 }
 
 void CAudioParamCollector::collectorReady()
@@ -129,6 +132,11 @@ void CAudioParamCollector::collectorReady()
 bool CAudioParamCollector::flush()
 {
     return queue->flush();
+}
+
+std::uint64_t CAudioParamCollector::deliveryCount() const noexcept
+{
+    return queue->deliveryCount();
 }
 
 std::uint64_t CAudioParamCollector::deliver(CAudioParam& param, const CAudioParamRequest& request)

@@ -31,6 +31,9 @@ public:
     /// Elements firstElement to endElement - 1 of a group (allGroups for all) changed. On the thread of the change,
     /// after it, no lock held.
     virtual void onParamChanged(CAudioParam&, int, int, int) {}
+
+    /// False for a hook without an onParamChanged, so that no change makes a call to it; asked once, by addHook.
+    virtual bool followsChanges() const noexcept { return true; }
 };
 
 // The owner of all parameters of an instance (`audio:param-collector`). Knows them by full dotted name and carries
@@ -82,6 +85,10 @@ public:
     /// info ignores it.
     std::uint64_t deliver(CAudioParam& param, const CAudioParamRequest& request);
 
+    /// Changes put on listeners' queues so far, plus 1: as long as it stays, no listener has got anything new. Audio
+    /// thread.
+    std::uint64_t deliveryCount() const noexcept;
+
     /// Room for this many changes delivered in a slice without allocation. Any thread while not processing.
     void reserveDelivered(int count);
 
@@ -108,6 +115,7 @@ private:
     CArray<std::unique_ptr<CAudioParam>> params;
 
     CArray<CAudioParamCollectorHook*> hooks;
+    CArray<CAudioParamCollectorHook*> changeHooks;  // those that follow changes
 };
 
 }

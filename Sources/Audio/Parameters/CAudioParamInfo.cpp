@@ -228,7 +228,7 @@ CError CAudioParamInfo::parseStateNames(const CStringBuf& text)
     }
     const CStringBuf listName = text.substr(1);
     nameList = findAudioParamNameList(listName);
-    if (nameList == nullptr)
+    if (nameList == nullptr && hasAudioParamNameListFinder())
         return KOR_FAIL("No state names data available in '%1'.", listName);
     return {};
 }

@@ -57,6 +57,7 @@ bool CAudioParamQueue::flush()
 
 void CAudioParamQueue::deliver(CRecord& record)
 {
+    ++deliveries;
     CAudioParam& param = *record.change.param;
     param.flushedTicket = std::max(param.flushedTicket, record.ticket);
     if (record.change.type == CAudioParamType::real)

@@ -61,6 +61,7 @@ public:
     // Audio thread.
 
     bool flush();
+    std::uint64_t deliveryCount() const noexcept { return deliveries; }
 
     /// Puts a change on the matching queues at once. info: the parameter's definition.
     void deliverNow(CAudioParam& param, const CAudioParamRequest& request, int touchedEnd, const CAudioParamInfo& info);
@@ -98,7 +99,7 @@ private:
     static constexpr std::size_t mergeLimit = 65536;
 
     CAudioEnv* env = nullptr;
-    mutable CLock ownLock;                      // in the place of the environment's while there is none
+    mutable CLock ownLock{CLockRank::environment};  // in the place of the environment's while there is none
     CLock& pendingLock() const noexcept;
 
     CAudioParamRecordPool pool;
@@ -113,6 +114,7 @@ private:
     // Audio thread.
     CAudioParam* firstTouched = nullptr;
     std::uint64_t generation = 1;
+    std::uint64_t deliveries = 1;
     CArray<std::unique_ptr<CAudioParamBinding[]>> bindingChunks;
     std::size_t bindingTotal = 0;
     CAudioParamBinding* freeBindings = nullptr;

@@ -36,6 +36,11 @@ void setAudioParamNameListFinder(CAudioParamNameListFinder finder) noexcept
     nameListFinder.store(finder, std::memory_order_release);
 }
 
+bool hasAudioParamNameListFinder() noexcept
+{
+    return nameListFinder.load(std::memory_order_acquire) != nullptr;
+}
+
 const CAudioParamNameList* findAudioParamNameList(const CStringBuf& listName)
 {
     const CAudioParamNameListFinder finder = nameListFinder.load(std::memory_order_acquire);

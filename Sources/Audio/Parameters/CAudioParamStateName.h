@@ -29,8 +29,10 @@ public:
 /// Finds the list of a name; null when there is none. The list must live as long as the process.
 using CAudioParamNameListFinder = const CAudioParamNameList* (*)(const CStringBuf& listName);
 
-/// Who answers for state names of the form "@list". Set once at the start, before any tree is loaded; null for nobody.
+/// Who answers for state names of the form "@list". Set once at the start, before any tree is loaded; null for nobody,
+/// and then such states have no names.
 void setAudioParamNameListFinder(CAudioParamNameListFinder finder) noexcept;
+bool hasAudioParamNameListFinder() noexcept;
 const CAudioParamNameList* findAudioParamNameList(const CStringBuf& listName);
 
 }

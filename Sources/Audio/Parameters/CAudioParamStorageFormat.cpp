@@ -59,19 +59,22 @@ CError readElement(CInputStream& stream, double& value, bool isItem, const CIdMa
 
 CError CAudioParamStorage::saveItems(COutputStream& stream, int firstGroup, int endGroup) const
 {
-    // An element without an item is written as an empty one, so that every id in a list is in the table.
-    CMap<int, std::uint32_t> numbers;
+    // Numbered as the elements come to them, not by their ids, which depend on what the parameter held before: equal
+    // values give equal bytes. An element without an item is written as an empty one, so that every id in a list is in
+    // the table.
+    CMap<const CAudioParamDataItem*, std::uint32_t> numbers;
+    CArray<const CAudioParamDataItem*> table;
+    const auto itemOf = [&](double value) { return items.find(CAudioParamData::idOf(value)); };
     for (int g = firstGroup; g < endGroup; ++g)
         for (const double value : values(g))
-            numbers.emplace(CAudioParamData::idOf(value), 0);
-    KOR_TRY(stream.writeU32(static_cast<std::uint32_t>(numbers.size())));
-    std::uint32_t next = 0;
-    for (auto& [id, number] : numbers)
+            if (numbers.emplace(itemOf(value), static_cast<std::uint32_t>(table.size()) + 1).second)
+                table.push_back(itemOf(value));
+    KOR_TRY(stream.writeU32(static_cast<std::uint32_t>(table.size())));
+    for (const CAudioParamDataItem* item : table)
     {
-        number = ++next;
-        KOR_TRY(stream.writeU32(number));
+        KOR_TRY(stream.writeU32(numbers.find(item)->second));
         KOR_TRY(stream.writeU32(static_cast<std::uint32_t>(valueType)));
-        if (const CAudioParamDataItem* item = items.find(id))
+        if (item != nullptr)
             KOR_TRY(item->save(stream));
         else
             KOR_TRY(stream.writeU32(0));
@@ -80,7 +83,7 @@ CError CAudioParamStorage::saveItems(COutputStream& stream, int firstGroup, int 
     {
         KOR_TRY(stream.writeU32(static_cast<std::uint32_t>(elementCount(g))));
         for (const double value : values(g))
-            KOR_TRY(stream.writeU32(numbers.find(CAudioParamData::idOf(value))->second));
+            KOR_TRY(stream.writeU32(numbers.find(itemOf(value))->second));
     }
     return {};
 }

@@ -14,6 +14,11 @@
 #include "Audio/Parameters/CAudioParamAllocDef.h"
 #include "Audio/Parameters/CAudioParamCollector.h"
 #include "Audio/Parameters/CAudioParamDef.h"
+#include "Audio/Parameters/CAudioParamFilterBypassGroupSolo.h"
+#include "Audio/Parameters/CAudioParamFilterBypassMS.h"
+#include "Audio/Parameters/CAudioParamFilterBypassOS.h"
+#include "Audio/Parameters/CAudioParamFilterDef.h"
+#include "Audio/Parameters/CAudioParamRegistry.h"
 #include "Audio/Parameters/CAudioParamRemapDef.h"
 
 namespace kor
@@ -35,6 +40,10 @@ std::span<const CCreatorRow> parameterCreators()
         creatorRow<CAudioParamDef>("audio:param"),
         creatorRow<CAudioParamAllocDef>("audio:param-alloc"),
         creatorRow<CAudioParamCollector>("audio:param-collector"),
+        creatorRow<CAudioParamFilterDefOf<CAudioParamFilterBypassGroupSolo>>("audio:param-filter-bypass-group-solo"),
+        creatorRow<CAudioParamFilterDefOf<CAudioParamFilterBypassMS>>("audio:param-filter-bypass-ms"),
+        creatorRow<CAudioParamFilterDefOf<CAudioParamFilterBypassOS>>("audio:param-filter-bypass-os"),
+        creatorRow<CAudioParamRegistry>("audio:param-registry"),
         creatorRow<CAudioParamRemapDef>("audio:param-remap"),
     };
     return rows;

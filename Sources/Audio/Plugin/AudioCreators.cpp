@@ -3,7 +3,9 @@
 
 #include "Audio/Filters/FilterCreators.h"
 #include "Audio/Graph/GraphCreators.h"
+#include "Audio/Parameters/CAudioPresetNameList.h"
 #include "Audio/Parameters/ParameterCreators.h"
+#include "Audio/Plugin/CAudioInterfaceBase.h"
 #include "Audio/Processes/ProcessCreators.h"
 #include "Core/CoreCreators.h"
 
@@ -17,7 +19,8 @@ std::span<const CCreatorRow> allCreators()
     // Never destroyed: the table of creators points at it until the process is gone.
     static const std::vector<CCreatorRow>& rows = *[]
     {
-        auto* all = new std::vector<CCreatorRow>;
+        setAudioParamNameListFinder(&CAudioPresetNameList::find);   // ahead of every tree that these types make
+        auto* all = new std::vector<CCreatorRow>{creatorRow<CAudioInterfaceBase>("audio:interface-base")};
         for (const std::span<const CCreatorRow> room :
              {coreCreators(), parameterCreators(), filterCreators(), graphCreators(), processCreators()})
             all->insert(all->end(), room.begin(), room.end());

@@ -4,11 +4,16 @@
 #include "Audio/Graph/CAudioGraphHost.h"
 #include "Audio/Graph/CAudioProcessDefBase.h"
 #include "Audio/Parameters/CAudioEnv.h"
+#include "Audio/Parameters/CAudioParam.h"
 #include "Audio/Parameters/CAudioParamCollector.h"
+#include "Audio/Parameters/CAudioParamRegistry.h"
 #include "Core/CApplication.h"
+#include "Core/CMemoryReader.h"
 #include "Core/CObject.h"
+#include "Core/CWriteSeqBuffer.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace kor
 {
@@ -46,17 +51,47 @@ CError CAudioInstance::create()
 
     KOR_TRY(root->findObjectChecked(env, "plugin.audio-env"));
     KOR_TRY(root->findObjectChecked(params, "plugin.param-collector"));
+    KOR_TRY(root->findObjectChecked(master, "plugin.param-registry"));
     params->setEnvironment(*env);
     params->setGroupCount(groups);
 
     CAudioProcessDefBase* mainProcess = nullptr;
     KOR_TRY(root->findObjectChecked(mainProcess, "shared::audio.modMain"));
-    CAudioProcessDefBase* equalizer = nullptr;
-    KOR_TRY(root->findObjectChecked(equalizer, "shared::audio.modMain.modMorvaEQ"));
-    bands = static_cast<int>(equalizer->processDefs().size());
 
     graphHost = std::make_unique<CAudioGraphHost>(*params, *env);
-    return graphHost->create(*mainProcess, "plugin.modMain");
+    KOR_TRY(graphHost->create(*mainProcess, "plugin.modMain"));
+    bands = findParam("modMorvaEQ.eq-params.band-count");
+    if (bands == nullptr || !bands->hasInfo())
+        return KOR_FAIL("There is no parameter 'band-count'.");
+    params->collectorReady();
+    return {};
+}
+
+CError CAudioInstance::saveState(COutputStream& stream)
+{
+    CWriteSeqBuffer body;
+    KOR_TRY(master->acquirePreset(CAudioPresetSource::session, -1, everyIndex, body));
+    const CByteArray bytes = body.getContents();
+    KOR_TRY(stream.writeCompressedData(bytes.data(), static_cast<std::int64_t>(bytes.size()), CAudioPreset::fileId));
+    return {};
+}
+
+CError CAudioInstance::loadState(CInputStream& stream)
+{
+    CByteArray body;
+    KOR_TRY(stream.readCompressedData(body, CAudioPreset::fileId));
+    CMemoryReader reader(body);
+    KOR_TRY(master->activatePreset(reader, CAudioPresetScope::storableAndPersistent, everyIndex,
+                                   CAudioPresetUndo::none));
+    return {};
+}
+
+CAudioParamRegistry* CAudioInstance::findRegistry(const CStringBuf& id) const
+{
+    for (CObject* object : master->parent()->children())
+        if (auto* const registry = dynamic_cast<CAudioParamRegistry*>(object); registry != nullptr && registry->id() == id)
+            return registry;
+    return nullptr;
 }
 
 CError CAudioInstance::readProject(CObject& project)
@@ -86,6 +121,16 @@ std::vector<int> CAudioInstance::defaultGrouping(int count) const
     std::vector<int> result(static_cast<std::size_t>(count), 0);
     std::copy_n(grouping.begin(), std::min(result.size(), grouping.size()), result.begin());
     return result;
+}
+
+int CAudioInstance::bandCount(int group) const
+{
+    return static_cast<int>(std::lround(bands->getValue(group, 0)));
+}
+
+int CAudioInstance::maxBandCount() const
+{
+    return static_cast<int>(std::lround(bands->info().maxValue(0)));
 }
 
 CAudioParam* CAudioInstance::findParam(const CStringBuf& key) const

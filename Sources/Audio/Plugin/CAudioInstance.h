@@ -14,7 +14,10 @@ class CAudioEnv;
 class CAudioGraphHost;
 class CAudioParam;
 class CAudioParamCollector;
+class CAudioParamRegistry;
+class CInputStream;
 class CObject;
+class COutputStream;
 
 // One instance of the equalizer, under whatever face it wears: its own object tree, grown from the shared tree's
 // template, and the graph that runs in it. Everything that makes it this product it reads from the shared tree.
@@ -26,7 +29,7 @@ public:
     CAudioInstance(const CAudioInstance&) = delete;
     CAudioInstance& operator=(const CAudioInstance&) = delete;
 
-    /// Builds tree and graph, with every parameter at its default. Once; needs an application that has started. On
+    /// Builds tree and graph, with the parameters as the first program has them. Once; needs an application that has started. On
     /// failure the instance is of no use but to be destroyed.
     CError create();
 
@@ -35,6 +38,15 @@ public:
     CAudioParamCollector& collector() const noexcept { return *params; }
     CAudioGraphHost& graph() const noexcept { return *graphHost; }
 
+    /// The registry of all that a project keeps; the others by the id of their presets, null for an unknown one.
+    CAudioParamRegistry& registry() const noexcept { return *master; }
+    CAudioParamRegistry* findRegistry(const CStringBuf& id) const;
+
+    /// What a host keeps with its project: the present values as one compressed master preset. Loading one makes no
+    /// step of undo; one that does not fit leaves what was set before the misfit. Any thread but the audio thread.
+    CError saveState(COutputStream& stream);
+    CError loadState(CInputStream& stream);
+
     /// Channels inside the graph at most, and groups that they may belong to; 1 to 16.
     int channelCount() const noexcept { return channels; }
     int groupCount() const noexcept { return groups; }
@@ -42,8 +54,9 @@ public:
     /// Group of each of `count` channels, 0 to channelCount(), as the product assigns them by itself.
     std::vector<int> defaultGrouping(int count) const;
 
-    /// Bands of the chain, the same in every group.
-    int bandCount() const noexcept { return bands; }
+    /// Bands in series of a group, as the parameters have it now, and the most that there can be.
+    int bandCount(int group) const;
+    int maxBandCount() const;
 
     /// The parameter of a name below the main process ("modMorvaEQ.eq-params.freq"); null when there is none.
     CAudioParam* findParam(const CStringBuf& key) const;
@@ -57,10 +70,11 @@ private:
     CObject* root = nullptr;
     CAudioEnv* env = nullptr;
     CAudioParamCollector* params = nullptr;
+    CAudioParamRegistry* master = nullptr;
+    CAudioParam* bands = nullptr;
     std::unique_ptr<CAudioGraphHost> graphHost;
     int channels = 0;
     int groups = 0;
-    int bands = 0;
     std::vector<int> grouping;
 };
 

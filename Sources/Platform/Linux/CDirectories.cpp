@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
+#include <dirent.h>
 #include <link.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -112,6 +113,19 @@ bool CDirectories::create(const std::string& path)
     }
     struct stat status;
     return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+std::vector<std::string> CDirectories::list(const std::string& path)
+{
+    std::vector<std::string> names;
+    DIR* directory = ::opendir(path.c_str());
+    if (directory == nullptr)
+        return names;
+    while (const dirent* entry = ::readdir(directory))
+        if (const std::string name = entry->d_name; name != "." && name != "..")
+            names.push_back(name);
+    ::closedir(directory);
+    return names;
 }
 
 }

@@ -132,6 +132,16 @@ int CSystemFile::lock()
     return retried([this] { return ::flock(handle, LOCK_EX); });
 }
 
+int CSystemFile::tryLock()
+{
+    return retried([this] { return ::flock(handle, LOCK_EX | LOCK_NB); });
+}
+
+bool CSystemFile::isBusy(int code) noexcept
+{
+    return code == EWOULDBLOCK;
+}
+
 int CSystemFile::unlock()
 {
     return retried([this] { return ::flock(handle, LOCK_UN); });
@@ -162,6 +172,12 @@ int CSystemFile::rename(const std::string& from, const std::string& to)
 int CSystemFile::remove(const std::string& path)
 {
     return ::unlink(path.c_str()) < 0 ? errno : 0;
+}
+
+bool CSystemFile::exists(const std::string& path)
+{
+    struct stat status;
+    return ::lstat(path.c_str(), &status) == 0;
 }
 
 long CSystemFile::processId()

@@ -183,7 +183,6 @@ TEST(Converter, ReadsItsAttributes)
         {"ratio", {{"decimals", "-2"}}, "Invalid decimals -2 specified."},
         {"real", {{"decimals", "-3"}}, "Invalid decimals -3 specified."},
         {"time", {{"scale", "0"}}, "Invalid scale 0 specified."},
-        {"time", {}, ""},
     };
     for (const Case& c : cases)
     {
@@ -191,12 +190,6 @@ TEST(Converter, ReadsItsAttributes)
         EXPECT_EQ(converter.failure().empty(), *c.failure == 0) << c.type << converter.failure();
         EXPECT_NE(converter.failure().find(c.failure), std::string::npos) << c.failure << "\n" << converter.failure();
     }
-    {
-        const CConverterTree gain("gain", {{"label", "dB"}, {"is-discrete", "true"}});
-        EXPECT_EQ(gain->label(), "dB");
-        EXPECT_TRUE(gain->isDiscrete());
-    }
-    EXPECT_FALSE(CConverterTree("bw", {})->isDiscrete());
 }
 
 TEST(Converter, UsesTheParametersNamesElseItsOwn)
@@ -210,7 +203,6 @@ TEST(Converter, UsesTheParametersNamesElseItsOwn)
     bool ok = false;
     EXPECT_EQ(onOff->parseBare("1ST", ok), 1.0);
     EXPECT_TRUE(ok);
-
 }
 
 TEST(Converter, ClampsToARangeThatRunsDownwards)
@@ -222,7 +214,6 @@ TEST(Converter, ClampsToARangeThatRunsDownwards)
     EXPECT_EQ(real->parse(down, 0, "-20", ok), -10.0);
     EXPECT_EQ(real->parse(down, 0, "x", ok), 10.0);
     EXPECT_FALSE(ok);
-
 }
 
 TEST(Converter, ReadsRatiosInBothForms)

@@ -4,6 +4,7 @@
 #include "Audio/Filters/CFftPool.h"
 #include "Audio/Filters/CRealFft.h"
 #include "Support/ReferenceCases.h"
+#include "Support/Signals.h"
 
 #include <gtest/gtest.h>
 
@@ -60,15 +61,6 @@ struct CPrepared
     void forward(const double* in, double* out) { fft.forward(in, out, specification.data(), work.data()); }
     void inverse(const double* in, double* out) { fft.inverse(in, out, specification.data(), work.data()); }
 };
-
-std::vector<double> noise(std::size_t count, unsigned seed)
-{
-    std::mt19937 random(seed);
-    std::uniform_real_distribution<double> values(-1.0, 1.0);
-    std::vector<double> samples(count);
-    std::generate(samples.begin(), samples.end(), [&] { return values(random); });
-    return samples;
-}
 
 // exp(-2 pi i k / n) for all k.
 std::vector<CWide> roots(std::size_t n)

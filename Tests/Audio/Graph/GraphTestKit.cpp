@@ -2,12 +2,9 @@
 #include "GraphTestKit.h"
 
 #include "Audio/Graph/GraphCreators.h"
-#include "Audio/Parameters/CAudioEnv.h"
 #include "Audio/Parameters/ParameterCreators.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdint>
 
 namespace kor::test
 {
@@ -23,6 +20,13 @@ public:
         for (int i = 0; i < count; ++i)
             out[i] = in[i] * value;
     }
+};
+
+class CSoftModule : public CGainModule
+{
+public:
+    bool canBeNeutral() const override { return true; }
+    void startNeutral() override { value = 1.0; }
 };
 
 class CDelayModule : public CTestModule
@@ -100,7 +104,8 @@ public:
 class CMaxModule : public CTestModule
 {
 public:
-    bool sharesOutput() const override { return true; }
+    bool sharesOutput() const override { return value != 0.0; }
+    int passThroughPort() const override { return value != 0.0 ? -1 : 0; }
     void processChannels(std::span<const double* const> in, std::span<double* const> out, int count) override
     {
         for (int i = 0; i < count; ++i)
@@ -119,16 +124,6 @@ public:
     void registerParams() override { registerParam(7); }
 };
 
-template <class Module>
-class CTestDef : public CAudioProcessDefBase
-{
-public:
-    std::unique_ptr<CAudioProcessBase> createObject() const override
-    {
-        return std::make_unique<CAudioProcessTerminal<Module>>();
-    }
-};
-
 /// Fails to start.
 class CBrokenProcess : public CAudioProcessBase
 {
@@ -136,24 +131,16 @@ public:
     CError init() override { return KOR_FAIL("broken on purpose"); }
 };
 
-class CBrokenDef : public CAudioProcessDefBase
+/// A definition that makes any process, which need not be one of its own kind.
+template <class Process>
+class CDefOf : public CAudioProcessDefBase
 {
 public:
-    std::unique_ptr<CAudioProcessBase> createObject() const override { return std::make_unique<CBrokenProcess>(); }
+    std::unique_ptr<CAudioProcessBase> createObject() const override { return std::make_unique<Process>(); }
 };
 
-class CTimerDef : public CAudioProcessDefBase
-{
-public:
-    std::unique_ptr<CAudioProcessBase> createObject() const override { return std::make_unique<CTimerProcess>(); }
-};
-
-/// A terminal definition that makes a container.
-class CWrongDef : public CAudioProcessDefBase
-{
-public:
-    std::unique_ptr<CAudioProcessBase> createObject() const override { return std::make_unique<CAudioProcess>(); }
-};
+template <class Module>
+using CTestDef = CDefOf<CAudioProcessTerminal<Module>>;
 
 void addTypes()
 {
@@ -162,90 +149,45 @@ void addTypes()
     for (const CCreatorRow& row : graphCreators())
         addTestType(row);
     addTestType(creatorRow<CTestDef<CGainModule>>("test:gain"));
+    addTestType(creatorRow<CTestDef<CSoftModule>>("test:soft"));
     addTestType(creatorRow<CTestDef<CDelayModule>>("test:delay"));
     addTestType(creatorRow<CTestDef<CMemoryModule>>("test:memory"));
     addTestType(creatorRow<CTestDef<CPortsModule>>("test:ports"));
     addTestType(creatorRow<CTestDef<CPassModule>>("test:pass"));
     addTestType(creatorRow<CTestDef<CMaxModule>>("test:max"));
     addTestType(creatorRow<CTestDef<CUnboundModule>>("test:unbound"));
-    addTestType(creatorRow<CBrokenDef>("test:broken"));
-    addTestType(creatorRow<CTimerDef>("test:timer"));
-    addTestType(creatorRow<CWrongDef>("test:wrong"));
+    addTestType(creatorRow<CDefOf<CBrokenProcess>>("test:broken"));
+    addTestType(creatorRow<CDefOf<CTimerProcess>>("test:timer"));
+    addTestType(creatorRow<CDefOf<CAudioProcess>>("test:wrong"));
 }
 
-std::unique_ptr<CTestTree> treeOf(CTreeNode main)
+CTreeNode sharedOf(CTreeNode main)
 {
     addTypes();
     main.name = "main";
     CTreeNode shared;
-    shared.children = {node("core:object", "cvt", {}, {node("audio:cvt-real", "real")}), std::move(main)};
-    return std::make_unique<CTestTree>(shared, CTreeNode{});
+    shared.children = {converters(), std::move(main)};
+    return shared;
 }
 
 }
 
-CTreeNode node(const char* tag, const char* name, CAttrs attrs, std::vector<CTreeNode> children)
-{
-    return {tag, name, std::move(attrs), std::move(children), {}};
-}
-
-CTreeNode process(const char* name, CAttrs attrs, std::vector<CTreeNode> children)
-{
-    return node("audio:process-def", name, std::move(attrs), std::move(children));
-}
-
-CTreeNode autoProcess(const char* name, std::vector<CTreeNode> children)
-{
-    return process(name, {{"is-auto-links", "true"}}, std::move(children));
-}
-
-CTreeNode link(const char* src, const char* dst, const char* bypassStateIds)
-{
-    static int count = 0;
-    const std::string name = "link" + std::to_string(count++);
-    return node("audio:process-link", name.c_str(), {{"src", src}, {"dst", dst}, {"bypass-state-id", bypassStateIds}});
-}
-
-CTreeNode state(int id, const char* param, CAttrs attrs)
-{
-    attrs.push_back({"id", std::to_string(id)});
-    attrs.push_back({"param", param});
-    const std::string name = "state" + std::to_string(id);
-    return node("audio:process-bypass-state", name.c_str(), std::move(attrs));
-}
-
-CTreeNode param(const char* name, double defaultValue, CAttrs attrs)
-{
-    attrs.insert(attrs.end(), {{"converter", "shared::cvt.real"},
-                               {"min-values", "-5000"},
-                               {"max-values", "5000"},
-                               {"def-values", CStringBuf::fromDouble(defaultValue).toUtf8()}});
-    return node("audio:param", name, std::move(attrs));
-}
-
-CTreeNode alloc(const char* paramName, int index, CAttrs attrs)
-{
-    attrs.insert(attrs.end(), {{"param-name", paramName}, {"index", std::to_string(index)}});
-    const std::string name = std::string("alloc-") + paramName;
-    return node("audio:param-alloc", name.c_str(), std::move(attrs));
-}
-
-CTreeNode gain(const char* name, double value, CAttrs attrs, CAttrs allocAttrs)
+CTreeNode gain(const char* name, double value, CAttrs attrs, CAttrs slotAttrs)
 {
     return node("test:gain", name, std::move(attrs),
-                {param("gain", value, {{"is-global", "true"}}), alloc("gain", 0, std::move(allocAttrs))});
+                {globalParam("gain", value), slot("gain", 0, std::move(slotAttrs))});
 }
 
 CTreeNode delay(const char* name, int samples, CAttrs attrs)
 {
     return node("test:delay", name, std::move(attrs),
-                {param("samples", samples, {{"is-global", "true"}}), alloc("samples", 0)});
+                {globalParam("samples", samples), slot("samples", 0)});
 }
 
-CTreeNode memory(const char* name, double feedback, CAttrs attrs, CAttrs allocAttrs)
+CTreeNode memory(const char* name, double feedback, CAttrs attrs, CAttrs slotAttrs)
 {
     return node("test:memory", name, std::move(attrs),
-                {param("gain", feedback, {{"is-global", "true"}}), alloc("gain", 0, std::move(allocAttrs))});
+                {globalParam("gain", feedback), slot("gain", 0, std::move(slotAttrs))});
 }
 
 CModuleLog& moduleLog()
@@ -254,67 +196,9 @@ CModuleLog& moduleLog()
     return log;
 }
 
-CGraphBench::CGraphBench(CTreeNode main, int groupCount) : tree(treeOf(std::move(main)))
+CGraphBench::CGraphBench(CTreeNode main) : CRunningGraph(sharedOf(std::move(main)), {})
 {
     EXPECT_EQ(tree->loadFailure(), "");
-    collector.setEnvironment(env);
-    collector.setGroupCount(groupCount);
-    const auto* definition = dynamic_cast<const CAudioProcessDefBase*>(tree->shared().findObject("main"));
-    EXPECT_NE(definition, nullptr);
-    if (definition != nullptr)
-        createError = host.create(*definition, "main");
-}
-
-CGraphBench::~CGraphBench() = default;
-
-void CGraphBench::start(std::vector<int> groups, double rate)
-{
-    ASSERT_TRUE(succeeded(createError));
-    env.isProcessing = true;
-    ASSERT_TRUE(succeeded(host.setLayout(groups, rate)));
-}
-
-CSignals CGraphBench::run(const CSignals& in, int block)
-{
-    const int frames = static_cast<int>(in.front().size());
-    const int step = block > 0 ? block : std::max(frames, 1);
-    CSignals out(static_cast<std::size_t>(host.outputCount()), CSignal(in.front().size()));
-    for (int offset = 0; offset < frames; offset += step)
-    {
-        std::vector<const double*> from;
-        std::vector<double*> to;
-        for (const CSignal& channel : in)
-            from.push_back(channel.data() + offset);
-        for (CSignal& channel : out)
-            to.push_back(channel.data() + offset);
-        host.process(from.data(), to.data(), static_cast<int>(to.size()), std::min(step, frames - offset));
-    }
-    return out;
-}
-
-void CGraphBench::set(const char* name, double value, int group, int element)
-{
-    CAudioParam* param = collector.findParam(CStringBuf("main.") + name);
-    ASSERT_NE(param, nullptr) << name;
-    param->setValue(group, element, value);
-}
-
-CAudioProcessBase* CGraphBench::find(const char* path)
-{
-    CArray<CStringBuf> steps;
-    CStringBuf(path).split(steps, u'.', true);
-    CAudioProcessBase* found = host.rootProcess();
-    for (const CStringBuf& step : steps)
-    {
-        const auto* container = dynamic_cast<CAudioProcess*>(found);
-        found = container != nullptr ? container->findChild(step) : nullptr;
-    }
-    return found;
-}
-
-CAudioProcessTerminalBase& CGraphBench::terminal(const char* path)
-{
-    return dynamic_cast<CAudioProcessTerminalBase&>(*find(path));
 }
 
 std::string failureOf(const CTreeNode& main)
@@ -322,58 +206,11 @@ std::string failureOf(const CTreeNode& main)
     addTypes();
     CTreeNode root;
     root.children = {main};
-    CTestTree tree(root);
-    if (!tree.loadFailure().empty())
-        return tree.loadFailure();
-    CAudioEnv env;
-    CAudioParamCollector collector;
-    collector.setEnvironment(env);
-    CAudioGraphHost host(collector, env);
-    const auto* definition = dynamic_cast<const CAudioProcessDefBase*>(tree.find(main.name.c_str()));
-    if (definition == nullptr)
-        return "";
-    if (CError error = host.create(*definition, "main"))
-        return error.text();
+    CRunningGraph graph({}, root);
+    if (!graph.failure().empty() || graph.host.rootProcess() == nullptr)
+        return graph.failure();
     const int group = 0;
-    CError error = host.setLayout({&group, 1}, 48000.0);
-    return error.text();
-}
-
-CSignal noise(int count, unsigned seed)
-{
-    CSignal result;
-    std::uint32_t value = seed;
-    for (int i = 0; i < count; ++i)
-    {
-        value = value * 1664525u + 1013904223u;
-        result.push_back(value / 2147483648.0 - 1.0);
-    }
-    return result;
-}
-
-CSignal constant(int count, double value)
-{
-    return CSignal(static_cast<std::size_t>(count), value);
-}
-
-CSignal impulse(int count, int at)
-{
-    CSignal result = constant(count, 0.0);
-    result[static_cast<std::size_t>(at)] = 1.0;
-    return result;
-}
-
-double difference(const CSignal& a, const CSignal& b)
-{
-    if (a.size() != b.size())
-        return INFINITY;
-    double largest = 0.0;
-    for (std::size_t i = 0; i < a.size(); ++i)
-    {
-        const double distance = std::abs(a[i] - b[i]);
-        largest = std::isnan(distance) ? INFINITY : std::max(largest, distance);
-    }
-    return largest;
+    return graph.host.setLayout({&group, 1}, 48000.0).text();
 }
 
 }

@@ -29,11 +29,9 @@ TEST(ProcessDefs, BadAttributesStopTheLoadAndSayWhy)
         const char* message; // null: loads
     };
     const Case cases[] = {
-        {linkOf({{"src", "a"}, {"dst", "b/2"}}), nullptr},
         {linkOf({{"src", "*/1"}, {"dst", "*/1"}, {"bypass-state-id", "0 1"}}), nullptr},
         {linkOf({{"dst", "b"}}), "No 'src' attribute defined."},
         {linkOf({{"src", "a"}}), "No 'dst' attribute defined."},
-        {linkOf({{"src", "/1"}, {"dst", "b"}}), "Invalid process in the 'src' attribute value '/1' specified."},
         {linkOf({{"src", "a"}, {"dst", "/"}}), "Invalid process in the 'dst' attribute value '/' specified."},
         {linkOf({{"src", "a/-1"}, {"dst", "b"}}), "Invalid port in the 'src' attribute value 'a/-1' specified."},
         {linkOf({{"src", "a"}, {"dst", "modEnv/x"}}),
@@ -44,7 +42,6 @@ TEST(ProcessDefs, BadAttributesStopTheLoadAndSayWhy)
         {stateOf({{"id", "1"}, {"param", "p"}, {"range", "(0;1;0.5]"}}), nullptr},
         {stateOf({{"id", "1"}}), "Invalid parameter name specified."},
         {stateOf({{"param", "p"}, {"range", "[;]"}}), "Invalid 'range' attribute value '[;]' specified."},
-        {stateOf({{"param", "p"}, {"range", "0;1.00"}}), "Invalid 'range' attribute value '0;1.00' specified."},
         {stateOf({{"param", "p"}, {"range", "[0;x1]"}}), "Invalid 'range' attribute value '[0;x1]' specified."},
         {stateOf({{"param", "p"}, {"range", "[0;1;0]"}}), "Invalid 'range' attribute value '[0;1;0]' specified."},
         {stateOf({{"param", "p"}, {"and-param", "q"}, {"and-range", "[0;1;2;3]"}}),
@@ -112,28 +109,21 @@ TEST(ProcessDefs, BypassStatesFollowTheirTests)
     const Case cases[] = {
         {{}, 1.0, 0, true}, // absent value: 1
         {{}, 0.9, 0, true},
-        {{}, 1.1, 0, true},
         {{}, 0.89, 0, false},
-        {{}, 0.0, 0, false},
         {{{"value", "3"}}, 3.05, 0, true},
         {{{"range", "[0;1]"}}, 0.995, 0, true},
         {{{"range", "[0;1]"}}, 1.006, 0, false},
-        {{{"range", "[0;1]"}}, 0.0, 0, true},
         {{{"range", "(0;1)"}}, 0.0, 0, false},
         {{{"range", "(0;1)"}}, 0.5, 0, true},
-        {{{"range", "(0;1)"}}, 1.0, 0, false},
         {{{"range", "[;1.0]"}}, -1e6, 0, true},
-        {{{"range", "[2.0;]"}}, 1e6, 0, true},
         {{{"range", "[2.0;]"}}, 1.99, 0, false},
         {{{"range", "[0;10;4]"}}, 9.9, 0, true}, // whole steps of 4: 2 of -3..3
         {{{"range", "(0;10;4]"}}, 1.9, 0, false}, // rounds to step 0, which is excluded
         {{{"range", "[0;1]"}, {"value", "7"}}, 7.0, 0, false},
         {both, 1.0, 0.0, true},
         {both, 1.0, 1.0, false},
-        {both, 0.0, 0.0, false},
         {inverted, 1.0, 1.0, false},
         {inverted, 1.0, 0.0, true},
-        {inverted, 0.0, 0.0, true},
     };
     for (const Case& c : cases)
     {
@@ -148,41 +138,12 @@ TEST(ProcessDefs, BypassStatesFollowTheirTests)
     }
 }
 
-TEST(ProcessDefs, CollectsWhatBelongsToIt)
-{
-    CGraphBench bench(
-        process("main", {},
-                {param("top"), node("core:object", "folder", {}, {param("inner"), param("other")}), gain("a"),
-                 gain("b"), gain("template", 1.0, {{"is-prototype", "true"}}), link("*", "a"), state(3, "top"),
-                 alloc("top", 0), node("audio:param-remap", "r", {{"orig", "a.gain"}, {"new", "b.gain"}})}));
-    const auto& def = dynamic_cast<CAudioProcessDef&>(*bench.tree->shared().findObject("main"));
-
-    std::vector<std::string> names;
-    for (const auto& entry : def.paramDefs())
-        names.push_back(entry.name.toUtf8());
-    EXPECT_EQ(names, (std::vector<std::string>{"top", "folder.inner", "folder.other"}));
-    EXPECT_EQ(def.processDefs().size(), 3u);
-    EXPECT_EQ(def.links().size(), 1u);
-    EXPECT_EQ(def.bypassStates().size(), 1u);
-    EXPECT_EQ(def.paramAllocs().size(), 1u);
-    EXPECT_EQ(def.paramRemaps().size(), 1u);
-
-    std::vector<std::string> visited;
-    def.visitChildDefs("x.main",
-                       [&](const CAudioProcessDefBase&, const CStringBuf& name) { visited.push_back(name.toUtf8()); });
-    EXPECT_EQ(visited, (std::vector<std::string>{"x.main.a", "x.main.b"}));
-
-    const CAudioProcessTraits traits;
-    EXPECT_EQ(def.traits().bypassStateId, -1);
-    EXPECT_EQ(def.traits().xfadeLength, traits.xfadeLength);
-}
-
 // Remaps of nodes that do not run yet are there from the start, follow each other, and may not hang in a ring.
 TEST(ProcessDefs, RemapsLeadToOneParameter)
 {
     CGraphBench bench(
         process("main", {},
-                {node("core:object", "eq", {}, {param("level", 3.0, {{"is-global", "true"}})}),
+                {node("core:object", "eq", {}, {globalParam("level", 3.0)}),
                  node("audio:param-remap", "r", {},
                       {node("core:object", "content", {{"value", "inner.gain = eq.level; a.x = a.y; a.y = a.x;"}})}),
                  process("inner", {{"is-auto-links", "true"}},

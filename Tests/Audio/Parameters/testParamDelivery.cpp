@@ -110,26 +110,12 @@ TEST(ParamDelivery, PendingChangesMergeOnlyWhileNothingIsProcessing)
     }
 }
 
-TEST(ParamDelivery, MergedRangesHoldWhatIsStored)
+// Whole lists for all groups make everything older inaudible: programs do not pile up.
+TEST(ParamDelivery, WholeListsReplaceWhatIsPending)
 {
     CParamFixture f(bands);
     CFollower follower;
     follower.bind(f.param(), everyIndex, everyIndex);
-    f.param().change(requestOf(1, 0, {5}));
-    f.param().change(requestOf(1, 3, {8, 9}));
-    f.collector.flush();
-    EXPECT_EQ(follower.take(), (CList{{1, 0, 5, 5}}));
-    EXPECT_EQ(follower.storage.getValue(1, 1), 1.0);
-    EXPECT_EQ(follower.storage.getValue(1, 4), 9.0);
-
-    f.param().change(requestOf(1, 0, {2}, true));
-    f.param().change(requestOf(1, 2, {3}));
-    f.collector.flush();
-    EXPECT_EQ(follower.take().size(), 1u);
-    EXPECT_EQ(follower.storage.elementCount(1), 3);
-    EXPECT_EQ(follower.storage.getValue(1, 2), 3.0);
-
-    // Whole lists for all groups make everything older inaudible: programs do not pile up.
     for (int i = 0; i < 100; ++i)
     {
         f.param().setValue(i % 4, 0, i);
@@ -227,22 +213,6 @@ TEST(ParamDelivery, ALateDefinitionLaysOutBoundStorages)
         EXPECT_EQ(late.storage.getValue(0, 0), value);
     }
     EXPECT_EQ(follower.storage.getValue(0, 1), 9.0);
-}
-
-TEST(ParamDelivery, TextsReachWhoIsBound)
-{
-    CParamFixture f({{"data-type", "string"}, {"converter", "shared::audio.paramcvt.text"}, {"def-values", "L,R"}});
-    f.env.isProcessing = true;
-    CAudioParam& names = f.param();
-    names.setText(0, 0, "unheard");
-    EXPECT_FALSE(f.collector.flush());
-    CFollower follower;
-    follower.bind(names, 0, everyIndex);
-    EXPECT_EQ(follower.storage.getText(0, 0), "unheard");
-    names.setText(0, 1, "heard");
-    f.collector.flush();
-    follower.take();
-    EXPECT_EQ(follower.storage.getText(0, 1), "heard");
 }
 
 TEST(ParamDelivery, BatchesLandInOneFlush)

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Audio/Filters/CFirDesign.h"
 #include "Audio/Graph/CAudioGraphContext.h"
-#include "Audio/Graph/CAudioProcessDefBase.h"
 #include "ProcessTestKit.h"
+#include "Support/GraphNodes.h"
 #include "Support/ReferenceCases.h"
 
 #include <algorithm>
@@ -30,73 +30,48 @@ public:
     }
 };
 
-CTreeNode node(const char* tag, const char* name, std::vector<std::pair<std::string, std::string>> attrs = {},
-               std::vector<CTreeNode> children = {})
+// Generators: 0 none, 1 the taps, 2 the low-pass, 3 two low-passes, 4 and 5 first-order high-passes, the fourth ten
+// times lower.
+CTreeNode filterTree(const char* isSmooth, const char* array, const char* tag)
 {
-    return {tag, name, std::move(attrs), std::move(children), {}};
+    addAllTypes();
+    addTestType(creatorRow<CTapsGen>("test:fltgen-taps"));
+    CTreeNode filter = node(tag, "main", {{"gen-array", array}, {"xfade-length", "0.015"},
+                                          {"is-smooth-update", isSmooth}});
+    int index = 0;
+    for (const auto& [name, value] : CAttrs{{"index", "1"}, {"length", "0.005736961451247165"}, {"freq", "10788"},
+                                            {"power", "1"}, {"latency", "7"}, {"fixsr", "0"}})
+    {
+        filter.children.push_back(globalParam(name.c_str(), value));
+        filter.children.push_back(slot(name.c_str(), index++));
+    }
+    const auto entry = [](const char* number, const char* path)
+    { return node("audio:fltgen-array-item", number, {{"index", number}, {"fltgen", path}}); };
+    const auto part = [](const char* name, const char* path, const char* adjust)
+    { return node("audio:fltgen-serial-item", name, {{"fltgen", path}, {"adjust", adjust}}); };
+    CTreeNode shared;
+    shared.children = {
+        converters(),
+        node("test:fltgen-taps", "taps"),
+        node("audio:fltgen-firlp", "lowpass"),
+        node("audio:fltgen-serial", "two", {}, {part("0", "/lowpass", ""), part("1", "/lowpass", "")}),
+        node("audio:fltgen-lphp1", "high", {{"type", "1"}}),
+        node("audio:fltgen-serial", "low", {}, {part("0", "/high", "1,0.1")}),
+        node("audio:fltgen-array", "gens", {},
+             {entry("1", "/taps"), entry("2", "/lowpass"), entry("3", "/two"), entry("4", "/low"),
+              entry("5", "/high")}),
+        std::move(filter),
+    };
+    return shared;
 }
 
-CTreeNode param(const char* name, int slot, double value, std::vector<CTreeNode>& into)
-{
-    into.push_back(node("audio:param", name,
-                        {{"is-global", "true"}, {"converter", "shared::cvt.real"}, {"min-values", "-100000"},
-                         {"max-values", "100000"}, {"def-values", CStringBuf::fromDouble(value).toUtf8()}}));
-    return node("audio:param-alloc", (std::string("alloc-") + name).c_str(),
-                {{"param-name", name}, {"index", std::to_string(slot)}});
-}
-
-// A graph that is one filter module. Generators: 0 none, 1 the taps, 2 the low-pass, 3 two low-passes, 4 and 5
-// first-order high-passes, the fourth ten times lower.
-class CFirBench
+// A graph that is one filter module.
+class CFirBench : public CRunningGraph
 {
 public:
-    explicit CFirBench(const char* isSmooth = "false", const char* array = "/gens",
-                       const char* tag = "audio:modFilterFIR")
-        : tree(make(isSmooth, array, tag), {})
+    explicit CFirBench(const char* isSmooth = "false", const char* tag = "audio:modFilterFIR")
+        : CRunningGraph(filterTree(isSmooth, "/gens", tag), {})
     {
-    }
-
-    CRunningGraph& start(double rate = 48000.0)
-    {
-        graph = std::make_unique<CRunningGraph>(
-            dynamic_cast<const CAudioProcessDefBase&>(*tree.shared().findObject("main")), "main");
-        graph->start(rate);
-        return *graph;
-    }
-
-    CTestTree tree;
-    std::unique_ptr<CRunningGraph> graph;
-
-    static CTreeNode make(const char* isSmooth, const char* array, const char* tag = "audio:modFilterFIR")
-    {
-        addAllTypes();
-        addTestType(creatorRow<CTapsGen>("test:fltgen-taps"));
-        std::vector<CTreeNode> parts;
-        const std::pair<const char*, double> params[] = {{"index", 1.0},      {"length", 0.005736961451247165},
-                                                         {"freq", 10788.0},   {"power", 1.0},
-                                                         {"latency", 7.0},    {"fixsr", 0.0}};
-        int slot = 0;
-        for (const auto& [name, value] : params)
-            parts.push_back(param(name, slot++, value, parts));
-        const auto item = [](const char* index, const char* path)
-        { return node("audio:fltgen-array-item", index, {{"index", index}, {"fltgen", path}}); };
-        CTreeNode shared;
-        shared.children = {
-            node("core:object", "cvt", {}, {node("audio:cvt-real", "real")}),
-            node("test:fltgen-taps", "taps"),
-            node("audio:fltgen-firlp", "lowpass"),
-            node("audio:fltgen-serial", "two", {},
-                 {node("audio:fltgen-serial-item", "0", {{"fltgen", "/lowpass"}, {"adjust", ""}}),
-                  node("audio:fltgen-serial-item", "1", {{"fltgen", "/lowpass"}, {"adjust", ""}})}),
-            node("audio:fltgen-lphp1", "high", {{"type", "1"}}),
-            node("audio:fltgen-serial", "low", {},
-                 {node("audio:fltgen-serial-item", "0", {{"fltgen", "/high"}, {"adjust", "1,0.1"}})}),
-            node("audio:fltgen-array", "gens", {},
-                 {item("1", "/taps"), item("2", "/lowpass"), item("3", "/two"), item("4", "/low"), item("5", "/high")}),
-            node(tag, "main",
-                 {{"gen-array", array}, {"xfade-length", "0.015"}, {"is-smooth-update", isSmooth}}, std::move(parts)),
-        };
-        return shared;
     }
 };
 
@@ -105,11 +80,11 @@ public:
 TEST(FilterFIR, RunsReferenceCases)
 {
     for (const nlohmann::json& one : referenceCases("fir", "fir_process"))
-        for (const std::size_t block : {512u, 1u, 37u})
+        for (const int block : {512, 1, 37})
         {
             CTapsGen::taps() = referenceSignal(one.at("in").at("taps"));
-            CFirBench bench;
-            CRunningGraph& graph = bench.start();
+            CFirBench graph;
+            graph.startAt(48000.0);
             graph.set("latency", one.at("in").at("latency"));
             graph.restart();
             const CSignal out = graph.run(referenceSignal(one.at("in").at("input")), block);
@@ -136,8 +111,8 @@ TEST(FilterFIR, ReportsItsLatency)
     };
     for (const auto& row : rows)
     {
-        CFirBench bench;
-        CRunningGraph& graph = bench.start(row.rate);
+        CFirBench graph;
+        graph.startAt(row.rate);
         graph.set("index", row.index);
         graph.set("latency", row.latency);
         graph.set("fixsr", row.fixedRate);
@@ -148,8 +123,8 @@ TEST(FilterFIR, ReportsItsLatency)
 
 TEST(FilterFIR, KeepsTheShapeOfAFixedRate)
 {
-    CFirBench bench;
-    CRunningGraph& graph = bench.start(96000.0);
+    CFirBench graph;
+    graph.startAt(96000.0);
     graph.set("index", 2);
     graph.set("fixsr", 1);
     graph.restart();
@@ -163,22 +138,11 @@ TEST(FilterFIR, KeepsTheShapeOfAFixedRate)
         ASSERT_NEAR(out[i + 1 + 128], design.taps[i], 1e-12) << i;
 }
 
-TEST(FilterFIR, StartsOnAnOffsetWithoutAStep)
-{
-    CFirBench bench;
-    CRunningGraph& graph = bench.start();
-    graph.set("index", 2);
-    graph.restart();
-    const CSignal out = graph.run(CSignal(3000, 0.7));
-    EXPECT_LT(largestStep(out), 1e-9);
-    EXPECT_NEAR(out[0], 0.7, 1e-3);
-}
-
 TEST(FilterFIR, RefusesToCombineAndPlaysOn)
 {
     CTapsGen::taps() = {0.5};
-    CFirBench bench;
-    CRunningGraph& graph = bench.start();
+    CFirBench graph;
+    graph.startAt(48000.0);
     graph.run(CSignal(512, 1.0));
     graph.set("index", 3);
     const CSignal out = graph.run(CSignal(512, 1.0));
@@ -191,8 +155,8 @@ TEST(FilterFIR, RefusesToCombineAndPlaysOn)
 TEST(FilterFIR, ForgetsWhenItIsUsedAgain)
 {
     CTapsGen::taps() = CSignal(600, 1.0 / 600.0);
-    CFirBench bench("true");
-    CRunningGraph& graph = bench.start();
+    CFirBench graph("true");
+    graph.startAt(48000.0);
     graph.run(CSignal(4800, 1.0));
     for (const double index : {0.0, 1.0, 0.0, 1.0})
     {
@@ -209,8 +173,8 @@ TEST(FilterFIR, ForgetsWhenItIsUsedAgain)
 // Without a crossfade of modules a new type starts at once and with empty memory, a recursive filter's as well.
 TEST(FilterFIR, StartsANewTypeAtOnceWhereNothingFades)
 {
-    CFirBench bench("false", "/gens", "audio:modFilterIIR");
-    CRunningGraph& graph = bench.start();
+    CFirBench graph("false", "audio:modFilterIIR");
+    graph.startAt(48000.0);
     graph.set("index", 4);
     graph.run(CSignal(4800, 1.0));
     graph.set("index", 5);
@@ -224,7 +188,7 @@ TEST(FilterFIR, NeedsItsGenerators)
 {
     for (const char* path : {"/nowhere", "/taps", ""})
     {
-        const CTestTree tree(CTreeNode{}, CFirBench::make("false", path));
+        const CTestTree tree(CTreeNode{}, filterTree("false", path, "audio:modFilterFIR"));
         EXPECT_NE(tree.loadFailure().find("The 'gen-array' '" + std::string(path) + "' not found."), std::string::npos)
             << tree.loadFailure();
     }

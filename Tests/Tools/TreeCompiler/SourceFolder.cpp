@@ -43,7 +43,10 @@ std::string CSourceFolder::compile() const
     if (const CMistake mistake = compileTree(path("main.xml"), path("types.txt"), tree))
     {
         EXPECT_EQ(mistake.text().find('\n'), std::string::npos) << "a mistake is one line";
-        return withoutPath(mistake.text());
+        std::string text = mistake.text();
+        for (std::size_t at; (at = text.find(path(""))) != std::string::npos;)
+            text.erase(at, path("").size());
+        return text;
     }
     return decodeTree(tree.bytes);
 }
@@ -52,14 +55,6 @@ std::string CSourceFolder::compile(const std::string& inside) const
 {
     write("main.xml", "<tree>" + inside + "</tree>");
     return compile();
-}
-
-std::string CSourceFolder::withoutPath(std::string text) const
-{
-    const std::string prefix = folder.string() + "/";
-    for (std::size_t at = text.find(prefix); at != std::string::npos; at = text.find(prefix, at))
-        text.erase(at, prefix.size());
-    return text;
 }
 
 }

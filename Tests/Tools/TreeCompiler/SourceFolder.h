@@ -23,7 +23,6 @@ public:
     void write(const std::string& name, const std::string& text) const;
 
     std::string path(const std::string& name) const { return (folder / name).string(); }
-    bool has(const std::string& name) const { return std::filesystem::exists(folder / name); }
     std::string read(const std::string& name) const;
 
     /// Compiles main.xml: what it decodes to, or the mistake without the folder's path.
@@ -31,9 +30,6 @@ public:
 
     /// The same with `inside` between <tree> on the first line and </tree>.
     std::string compile(const std::string& inside) const;
-
-    /// `text` without the path of this folder.
-    std::string withoutPath(std::string text) const;
 
 private:
     std::filesystem::path folder;

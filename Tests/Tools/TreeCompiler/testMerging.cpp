@@ -23,16 +23,6 @@ const MergeCase mergeCases[] = {
     x '' a='1' b='2' c='3'
   x 'n' a='1' b='5' c='false' d='4' e=''
 )"},
-    {"template of a template",
-     R"(<template name="a" base="x" p="1" q="1"/>
-        <template name="b" base="a" q="2" r="2"/>
-        <b r="3"/>)",
-     R"(  template 'a' of x
-    x '' p='1' q='1'
-  template 'b' of x
-    x '' p='1' q='2' r='2'
-  x '' p='1' q='2' r='3'
-)"},
     {"a template serves before its place in the file",
      R"(<t/><template name="t" base="u"/><template name="u" base="y" a="1"/>)",
      R"(  y '' a='1'
@@ -40,14 +30,6 @@ const MergeCase mergeCases[] = {
     y '' a='1'
   template 'u' of y
     y '' a='1'
-)"},
-    {"a template named like a type gives the type's defaults",
-     R"(<template name="x" base="x" a="1"/><x/><y><x a="2"/></y>)",
-     R"(  template 'x' of x
-    x '' a='1'
-  x '' a='1'
-  y ''
-    x '' a='2'
 )"},
     {"defaults nearer by build on those further up",
      R"(<template name="x" base="x" a="1" b="1"/>
@@ -59,6 +41,36 @@ const MergeCase mergeCases[] = {
       x '' a='1' b='2'
     x '' a='1' b='2'
   x '' a='1' b='1'
+)"},
+    {"mix-ins: behind the base, in the order written, beneath what the template says; no trace of themselves",
+     R"(<template name="m" with="n" a="m" b="m"/><template name="n" a="n" z="n"/><template name="o" b="o" c="o"/>
+        <template name="s" base="x" a="s" d="s"/>
+        <template name="t" base="s" with="m o" c="t"/>
+        <t d="own"/>)",
+     R"(  template 's' of x
+    x '' a='s' d='s'
+  template 't' of x
+    x '' a='m' d='s' z='n' b='o' c='t'
+  x '' a='m' d='own' z='n' b='o' c='t'
+)"},
+    {"mix-ins bring children, read where the mix-in stands",
+     R"(<template name="x" base="x" far="1"/><template name="m"><x name="c"/><z name="e" a="m" b="m"/></template>
+        <y><template name="x" base="x" near="1"/>
+           <template name="t" base="y" with="m"><z name="e" b="t"/><x name="d"/></template><t/></y>)",
+     R"(  template 'x' of x
+    x '' far='1'
+  y ''
+    template 'x' of x
+      x '' far='1' near='1'
+    template 't' of y
+      y ''
+        x 'c' far='1'
+        z 'e' a='m' b='t'
+        x 'd' far='1' near='1'
+    y ''
+      x 'c' far='1'
+      z 'e' a='m' b='t'
+      x 'd' far='1' near='1'
 )"},
     {"children: merged by name at every level, others behind",
      R"(<template name="t" base="x">
@@ -96,12 +108,6 @@ const MergeCase mergeCases[] = {
     y 'n' k='2'
     y '' a='2'
     y 'n' k='3'
-)"},
-    {"children of one name in the source alone do not merge",
-     R"(<x><y name="n" a="1"/><y name="n" b="2"/></x>)",
-     R"(  x ''
-    y 'n' a='1'
-    y 'n' b='2'
 )"},
     {"merging writes what stands there, not the defaults of the child's own template",
      R"(<template name="p" base="y" a="0" b="0"/>
@@ -169,14 +175,6 @@ const MergeCase mergeCases[] = {
       z '' p='1' q='1'
     template 'a' of z
       z '' p='1'
-)"},
-    {"a template may bear the name of an object",
-     R"(<template name="n" base="x"/><y name="n"/><x><y name="n" a="1"/></x>)",
-     R"(  template 'n' of x
-    x ''
-  y 'n'
-  x ''
-    y 'n' a='1'
 )"},
 };
 

@@ -17,6 +17,9 @@ namespace
 constexpr int failed = 1;
 constexpr int wrongUsage = 2;
 
+/// What is given, and what the refusal has to say.
+using CTextCase = std::pair<const char*, const char*>;
+
 class BadInput : public HostTest
 {
 protected:
@@ -28,20 +31,19 @@ protected:
         writeBytes(path(name), readBytes(path("good.wav")).substr(0, size));
     }
 
-    /// The good recording with one byte of its header changed.
-    void patched(const std::string& name, std::size_t at, unsigned char value)
+    /// The folder's names with the contents of those that are files.
+    std::vector<std::pair<std::string, std::string>> contents() const
     {
-        std::string bytes = readBytes(path("good.wav"));
-        bytes[at] = static_cast<char>(value);
-        writeBytes(path(name), bytes);
+        std::vector<std::pair<std::string, std::string>> all;
+        for (const std::string& name : folderNames(folder))
+            all.emplace_back(name, std::filesystem::is_regular_file(path(name)) ? readBytes(path(name)) : "");
+        return all;
     }
 
     /// Runs and checks: the exit code, one line that holds `text`, and that the folder is as before.
     void expectRefused(const std::vector<std::string>& arguments, int code, const std::string& text)
     {
-        std::vector<std::pair<std::string, std::string>> before;
-        for (const std::string& name : folderNames(folder))
-            before.emplace_back(name, std::filesystem::is_regular_file(path(name)) ? readBytes(path(name)) : "");
+        const auto before = contents();
         const CRun run = runHost(arguments);
         std::string line;
         for (const std::string& word : arguments)
@@ -51,10 +53,7 @@ protected:
         EXPECT_EQ(run.err.rfind("morvahost: ", 0), 0u) << line << run.err;
         EXPECT_NE(run.err.find(text), std::string::npos) << line << run.err;
         EXPECT_EQ(run.out, "") << line;
-        std::vector<std::pair<std::string, std::string>> after;
-        for (const std::string& name : folderNames(folder))
-            after.emplace_back(name, std::filesystem::is_regular_file(path(name)) ? readBytes(path(name)) : "");
-        EXPECT_TRUE(before == after) << line << "changed files";
+        EXPECT_TRUE(before == contents()) << line << "changed files";
     }
 };
 
@@ -65,53 +64,40 @@ TEST_F(BadInput, RecordingsThatAreNone)
     std::filesystem::create_directory(path("folder.wav"));
     writeBytes(path("empty.wav"), "");
     writeBytes(path("text.wav"), "This is no sound at all.\nBut it has the name of one.\n");
-    writeBytes(path("zeros.wav"), std::string(4096, '\0'));
     writeBytes(path("header.wav"), "RIFF");
     const std::size_t whole = readBytes(path("good.wav")).size();
     cut("cut1.wav", whole - 1);
-    cut("cut2.wav", whole / 2);
-    cut("cut3.wav", 60);
-    cut("cut4.wav", 30);
-    cut("cut5.wav", 13);
+    cut("cut2.wav", 60);
+    cut("cut3.wav", 13);
     writeSound(path("good.flac"), noise(2, 20000), SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
     writeBytes(path("cut.flac"), readBytes(path("good.flac")).substr(0, 20000));
-    writeSound(path("good.aiff"), noise(2, 500), SF_FORMAT_AIFF | SF_FORMAT_PCM_16);
-    writeBytes(path("cut.aiff"), readBytes(path("good.aiff")).substr(0, 1000));
     writeSound(path("good.rf64"), noise(2, 500), SF_FORMAT_RF64 | SF_FORMAT_PCM_16);
     writeBytes(path("cut.rf64"), readBytes(path("good.rf64")).substr(0, 1000));
-    patched("nochannel.wav", 22, 0);
-    writeSound(path("nine.wav"), noise(9, 100), SF_FORMAT_WAV | SF_FORMAT_FLOAT);
+    std::string header = readBytes(path("good.wav"));
+    header[22] = 0;
+    writeBytes(path("nochannel.wav"), header);
+    writeSound(path("seventeen.wav"), noise(17, 100), SF_FORMAT_WAV | SF_FORMAT_FLOAT);
     writeSound(path("slow.wav"), noise(1, 100, 4000));
     writeSound(path("none.wav"), CSound());
 
-    struct CInputCase
-    {
-        const char* name;
-        const char* text;
-    };
-    const CInputCase cases[] = {
+    const CTextCase cases[] = {
         {"gone.wav", "No such file"},
-        {"gone/a.wav", "No such file"},
         {"folder.wav", "is a directory"},
         {"empty.wav", "is empty"},
         {"text.wav", "no sound file"},
-        {"zeros.wav", "no sound file"},
         {"header.wav", "no sound file"},
         {"cut1.wav", "is cut off"},
         {"cut2.wav", "is cut off"},
         {"cut3.wav", "is cut off"},
-        {"cut4.wav", "is cut off"},
-        {"cut5.wav", "is cut off"},
         {"cut.flac", "cannot be read to its end"},
-        {"cut.aiff", "is cut off"},
         {"cut.rf64", "is cut off"},
         {"nochannel.wav", "channel"},
-        {"nine.wav", "has 9 channels; 1 to 8"},
+        {"seventeen.wav", "has 17 channels; 1 to 16"},
         {"slow.wav", "sample rate of 4000 Hz"},
         {"none.wav", "holds no sound"},
     };
-    for (const CInputCase& t : cases)
-        expectRefused({"render", "--in", path(t.name), "--out", path("out.wav")}, failed, t.text);
+    for (const auto& [name, text] : cases)
+        expectRefused({"render", "--in", path(name), "--out", path("out.wav")}, failed, text);
     expectRefused({"render", "--in", "/dev/null", "--out", path("out.wav")}, failed, "not a regular file");
 }
 
@@ -127,10 +113,8 @@ TEST_F(BadInput, OutputsThatCannotBe)
     const auto forced = [&](const std::string& name) { return joined({out(name), {"--force"}}); };
 
     expectRefused(out("there.wav"), failed, "--force replaces it");
-    expectRefused(out("folder.wav"), failed, "is a directory");
     expectRefused(forced("folder.wav"), failed, "is a directory");
     expectRefused(out("no/such/out.wav"), failed, "No such file");
-    expectRefused(forced("good.wav"), failed, "same file");
     expectRefused(forced("./good.wav"), failed, "same file");
     expectRefused(forced("link.wav"), failed, "same file");
     expectRefused(forced("hard.wav"), failed, "same file");
@@ -146,89 +130,68 @@ TEST_F(BadInput, OutputsThatCannotBe)
     if (::geteuid() == 0)
         return;                                         // root may write everywhere
     std::filesystem::create_directory(path("locked"));
-    std::filesystem::permissions(path("locked"), std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
+    std::filesystem::permissions(path("locked"), std::filesystem::perms::owner_read);
     expectRefused(out("locked/out.wav"), failed, "Permission denied");
 }
 
 TEST_F(BadInput, SettingsThatMeanNothing)
 {
-    struct CSetCase
-    {
-        const char* set;
-        const char* text;
-    };
-    const CSetCase cases[] = {
+    const CTextCase cases[] = {
         {"modMorvaEQ.eq-params.frq=1k", "did you mean 'modMorvaEQ.eq-params.freq'"},
-        {"freq=1k", "did you mean 'modMorvaEQ.eq-params.freq'"},
         {"nothing.of.this.kind=1", "no parameter 'nothing.of.this.kind'"},
-        {"modMorvaEQ.eq-params=1", "no parameter"},
-        {"plugin.modMain.modMorvaEQ.eq-params.freq=1k", "no parameter"},
         {"modMorvaEQ.eq-params.freq[8,0]=1k", "no group 8; groups are 0 to 7"},
-        {"modMorvaEQ.eq-params.freq[0,5]=1k", "no band 5; they are 0 to 4"},
+        {"modMorvaEQ.eq-params.freq[0,32]=1k", "no band 32; they are 0 to 31"},
+        {"oversampling[1,0]=2x", "all groups share it; write [0,0]"},
+        {"modMorvaEQ.specstatic-params.data=1", "holds data that no text can give"},
         {"modMorvaEQ.eq-params.freq[0,99999999999]=1k", "KEY[group,element]=TEXT"},
         {"modMorvaEQ.eq-params.freq[0]=1k", "KEY[group,element]=TEXT"},
         {"modMorvaEQ.eq-params.freq[-1,0]=1k", "KEY[group,element]=TEXT"},
         {"modMorvaEQ.eq-params.freq[0,0=1k", "KEY[group,element]=TEXT"},
-        {"modMorvaEQ.eq-params.freq[a,b]=1k", "KEY[group,element]=TEXT"},
-        {"modMorvaEQ.eq-params.freq", "KEY[group,element]=TEXT"},
         {"=1k", "KEY[group,element]=TEXT"},
         {"modMorvaEQ.eq-params.freq=high", "'high' is no value for it; write a number from 20.0 Hz to 96.0k Hz"},
         {"modMorvaEQ.eq-params.freq=", "'' is no value for it"},
-        {"modMorvaEQ.eq-params.gain=1e3", "'1e3' is no value for it"},
         {"modMorvaEQ.eq-params.gain=nan", "'nan' is no value for it"},
         {"modMorvaEQ.eq-params.mode=Peeking", "one of Off, Peaking"},
-        {"modMorvaEQ.eq-params.mode=\n", "no value"},
     };
-    for (const CSetCase& t : cases)
-    {
-        expectRefused({"render", "--in", path("good.wav"), "--out", path("out.wav"), "--set", t.set}, wrongUsage, t.text);
-        expectRefused({"curve", "--out", path("x.svg"), "--set", t.set}, wrongUsage, t.text);
-    }
+    for (const auto& [setting, text] : cases)
+        expectRefused({"curve", "--out", path("x.svg"), "--set", setting}, wrongUsage, text);
+    expectRefused({"render", "--in", path("good.wav"), "--out", path("out.wav"), "--set", cases[0].first}, wrongUsage,
+                  cases[0].second);
 }
 
 TEST_F(BadInput, CommandLinesThatAreWrong)
 {
     const std::string in = path("good.wav");
     const std::string out = path("out.wav");
-    struct CLineCase
-    {
-        std::vector<std::string> arguments;
-        const char* text;
-    };
-    const CLineCase cases[] = {
+    const std::pair<std::vector<std::string>, const char*> cases[] = {
         {{}, "give a command"},
         {{"rendr"}, "did you mean 'render'"},
         {{"render"}, "--in FILE is missing"},
-        {{"render", "--in", in}, "--out FILE is missing"},
-        {{"render", "--in", in, "--out"}, "--out needs a value"},
         {{"render", "--in", in, "--out", ""}, "--out FILE is missing"},
         {{"render", "--in", in, "--in", in, "--out", out}, "--in is given twice"},
         {{"render", in, out}, "unexpected word"},
         {{"render", "--in", in, "--out", out, "--blok", "3"}, "did you mean '--block'"},
         {{"render", "--in", in, "--out", out, "--block", "0"}, "0 is outside 1 to 65536"},
-        {{"render", "--in", in, "--out", out, "--block", "many"}, "'many' is no number"},
         {{"render", "--in", in, "--out", out, "--block", "1.5"}, "no whole number"},
+        {{"render", "--in", in, "--out", out, "--channels", "17"}, "17 is outside 1 to 16"},
+        {{"info", "--json", "--dot"}, "either --json or --dot"},
         {{"render", "--in", in, "--out", out, "--format", "mp3"}, "none of f32, f64, s16, s24, s32"},
         {{"render", "--in", in, "--out", out, "--double=yes"}, "takes no value"},
-        {{"curve"}, "either --json or --out"},
         {{"curve", "--json", "--out", path("x.svg")}, "either --json or --out"},
         {{"curve", "--out", path("x.png")}, "has to end in .svg or .csv"},
-        {{"curve", "--json", "--rate", "10"}, "outside 8000"},
         {{"curve", "--json", "--from", "1k", "--to", "100"}, "--from has to be below --to"},
         {{"curve", "--json", "--to", "30k"}, "outside 0.001 to 24000"},
-        {{"curve", "--json", "--points", "1"}, "outside 2 to 100000"},
         {{"curve", "--json", "--at", "1k,,2k"}, "'' is no frequency"},
         {{"curve", "--json", "--at", "1k", "--from", "20"}, "--at takes the place"},
         {{"curve", "--out", path("x.svg"), "--at", "1k"}, "--at gives numbers"},
-        {{"curve", "--json", "--group", "8"}, "outside 0 to 7"},
     };
-    for (const CLineCase& t : cases)
-        expectRefused(t.arguments, wrongUsage, t.text);
+    for (const auto& [arguments, text] : cases)
+        expectRefused(arguments, wrongUsage, text);
 }
 
 TEST_F(BadInput, NamesOfFilesCannotBreakTheLine)
 {
-    expectRefused({"render", "--in", path("two\nlines %1 %2.wav"), "--out", path("out.wav")}, failed, "two?lines %1 %2");
+    expectRefused({"render", "--in", path("two\nlines %1 %2"), "--out", path("out.wav")}, failed, "two?lines %1 %2");
 }
 
 // A render of many minutes, stopped as soon as its output has begun: it ends at once, and nothing of it stays.

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <array>
+#include <string>
+
+namespace kor
+{
+
+// The places of the system's locks, outermost first: with a lock held, a thread takes only locks that stand further
+// down. A lock that is held may be taken again. Of two threads that follow the one order, neither can hold what the
+// other waits for while it waits itself.
+enum class CLockRank : unsigned char
+{
+    application,                                    // start and end of the process-wide part
+    command,                                        // the base connector's commands
+    message,
+    preset,                                         // a registry's
+    undo,
+    registryParams,                                 // a registry's list of parameters
+    parameter,                                      // of several, only from one that changes to those that follow it
+    parameterFilter,                                // between its source's and its targets'
+    environment,                                    // nothing else is taken under it
+    bridge,                                         // the source of one
+    bridgeTable,                                    // what sources there are
+    bridgeSource,                                   // the bridges of one, held while they are told
+    store,                                          // a data store's contents
+    serverRegistry,                                 // the notify servers of all trees
+    leaf                                            // held for an append only: nothing else is taken under it
+};
+
+/// Name of a rank for people.
+const char* nameOf(CLockRank rank) noexcept;
+
+// The locks that one thread holds, in the order of their taking. Builds with assertions keep one for every thread, so
+// that a wrong order is found the first time the code runs and not when two threads happen to meet in it. Allocates
+// nothing unless the order is broken, so that it may run on the audio thread.
+class CLockOrder
+{
+public:
+    /// Why taking `lock` now breaks the order; empty when it does not.
+    std::string refusal(const void* lock, CLockRank rank) const;
+
+    void enter(const void* lock, CLockRank rank) noexcept;
+    void leave(const void* lock) noexcept;
+
+private:
+    struct CHeld
+    {
+        const void* lock = nullptr;
+        CLockRank rank = CLockRank::leaf;
+    };
+
+    static bool mayFollow(CLockRank outer, CLockRank inner) noexcept;
+
+    std::array<CHeld, 64> held;                    // deeper nesting than that is not looked at
+    std::size_t count = 0;
+};
+
+}

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Core/CWorkerThread.h"
+
+#include "Support/CTestTree.h"
+
+namespace kor::test
+{
+namespace
+{
+
+/// Counts how often its body was entered and sleeps until it is stopped.
+class CSleeper : public CThread
+{
+public:
+    using CThread::CThread;
+    ~CSleeper() override { stopThread(); }
+
+    std::atomic<int> entered{0};
+    CStringBuf nameInside;
+
+private:
+    int run() override
+    {
+        nameInside = nameOf(std::this_thread::get_id());
+        ++entered;
+        while (!isStopping())
+            event.wait();
+        return 0;
+    }
+};
+
+class CAdder : public CWorkerThread
+{
+public:
+    using CWorkerThread::CWorkerThread;
+    ~CAdder() override { stopThread(); }
+
+    int sum = 0;                    // touched only between the start and the end of a job
+    int next = 0;
+
+private:
+    CError work() override
+    {
+        if (next < 0)
+            return KOR_FAIL("Below zero.");
+        sum += next;
+        return {};
+    }
+};
+
+}
+
+TEST(Threads, RunOnceAtATime)
+{
+    CSleeper thread("sleeper");
+    thread.stopThread();            // it never ran
+    for (int round = 1; round <= 3; ++round)
+    {
+        EXPECT_TRUE(succeeded(thread.runThread(CThread::Priority::normal)));
+        EXPECT_EQ(thread.runThread(CThread::Priority::high).message(), "Thread is already running.");
+        EXPECT_TRUE(thread.isRunning());
+        EXPECT_FALSE(thread.isStopping());
+        thread.stopThread();
+        EXPECT_FALSE(thread.isRunning());
+        EXPECT_EQ(thread.entered, round);   // neither missed by a stop flag nor entered twice
+        EXPECT_EQ(thread.nameInside, "sleeper"_s);
+    }
+    EXPECT_TRUE(succeeded(thread.runThread(CThread::Priority::high)));
+}
+
+TEST(Threads, WorkersDoOneJobAfterTheOther)
+{
+    CWorkerThreadPool pool;
+    for (int i = 0; i < 2; ++i)
+        pool.push_back(std::make_unique<CAdder>("worker-thread"));
+    for (int round = 0; round < 3; ++round)
+    {
+        for (const auto& worker : pool)
+        {
+            auto& adder = static_cast<CAdder&>(*worker);
+            // The first job may be given before the thread runs.
+            adder.next = 1;
+            adder.startJob();
+            EXPECT_TRUE(succeeded(adder.runThread(CThread::Priority::normal)));
+            EXPECT_TRUE(succeeded(adder.finishJob()));
+        }
+        for (int job = 0; job < 1000; ++job)
+        {
+            for (const auto& worker : pool)
+                worker->startJob();
+            for (const auto& worker : pool)
+                EXPECT_TRUE(succeeded(worker->finishJob()));
+        }
+        for (const auto& worker : pool)
+        {
+            auto& adder = static_cast<CAdder&>(*worker);
+            EXPECT_EQ(std::exchange(adder.sum, 0), 1001);
+            adder.next = -1;
+            adder.startJob();
+            EXPECT_EQ(adder.finishJob().message(), "Below zero.");
+            EXPECT_TRUE(succeeded(adder.finishJob()));
+            EXPECT_FALSE(adder.isBusy());
+            adder.startJob();       // done or dropped, but not in the way of the next run
+            adder.stopThread();
+            EXPECT_FALSE(adder.isBusy());
+        }
+    }
+}
+
+}

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Fuzz/CFuzzRun.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <sys/resource.h>
+
+namespace kor::test
+{
+namespace
+{
+
+long peakKilobytes()
+{
+    rusage usage;
+    ::getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
+
+class Fuzz : public testing::TestWithParam<CFuzzTarget>
+{
+};
+
+}
+
+TEST_P(Fuzz, SurvivesChangedContent)
+{
+    startForFuzzing();
+    const bool isLong = std::getenv("MORVA_LONG") != nullptr;
+    const unsigned seed = isLong ? std::random_device()() : 20261123u;
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::printf("seed %u\n", seed);                 // a crash shows no trace
+    CFuzzRun run(GetParam(), seed);
+    const long before = peakKilobytes();
+    const CFuzzRun::CResult result = run.run(isLong ? 10.0 : 1.0);
+    EXPECT_LT(result.slowestSeconds, 5.0);
+    // The damage must not be so coarse that nothing gets past the first checks.
+    EXPECT_GT(result.accepted, result.runs / 200) << result.runs;
+#ifndef KOR_SANITIZE
+    EXPECT_LT(peakKilobytes() - before, 200 * 1024);        // no input is larger than a few hundred KB
+#endif
+    EXPECT_GT(result.runs, 10) << before;
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Fuzz, testing::ValuesIn(fuzzTargets().begin(), fuzzTargets().end()),
+                         [](const testing::TestParamInfo<CFuzzTarget>& target) { return target.param.name; });
+
+}
