@@ -77,7 +77,7 @@ CDataFiles::CReading CDataFiles::read(const CStringBuf& name, CByteArray& out, s
         CFileReader file;
         if (const CError failure = file.open(path))
         {
-            if (CSystemFile::exists(path.toUtf8()))
+            if (!file.wasMissing())
             {
                 reading.wasDamaged = true;
                 reading.isUserFileOutOfReach |= isUsers;

@@ -9,7 +9,9 @@ namespace kor
 CError CFileReader::open(const CStringBuf& path, Use use)
 {
     const bool forUpdate = use == Use::update;
-    if (const int code = openAs(path, forUpdate ? CSystemFile::Mode::update : CSystemFile::Mode::read))
+    const int code = openAs(path, forUpdate ? CSystemFile::Mode::update : CSystemFile::Mode::read);
+    isMissing = CSystemFile::isMissing(code, path.toUtf8());
+    if (code != 0)
         return KOR_FAIL("Unable to open file '%1' for reading (error %2).", path, code);
     // Some file systems know no locks; the file is of use without one.
     isLocked = forUpdate && file.lock() == 0;

@@ -13,9 +13,11 @@ namespace
 thread_local unsigned waitCount = 0;
 
 #ifndef NDEBUG
-thread_local CLockOrder order;
+constinit CLockPairs settledPairs;
+constinit thread_local CLockOrder order(settledPairs);
+constinit std::atomic<std::uint32_t> lockCount{0};
 
-void checkOrder(const CLock* lock, CLockRank rank)
+void checkOrder(std::uint32_t lock, CLockRank rank)
 {
     const std::string refusal = order.refusal(lock, rank);
     if (refusal.empty())
@@ -27,11 +29,15 @@ void checkOrder(const CLock* lock, CLockRank rank)
 
 }
 
+#ifndef NDEBUG
+CLock::CLock(CLockRank place) : number(++lockCount), rank(place) {}
+#endif
+
 void CLock::lock()
 {
 #ifndef NDEBUG
-    checkOrder(this, rank);
-    order.enter(this, rank);
+    checkOrder(number, rank);
+    order.enter(number, rank);
 #endif
     if (mutex.try_lock())
         return;
@@ -42,12 +48,12 @@ void CLock::lock()
 bool CLock::try_lock()
 {
 #ifndef NDEBUG
-    checkOrder(this, rank);
+    checkOrder(number, rank);
 #endif
     if (!mutex.try_lock())
         return false;
 #ifndef NDEBUG
-    order.enter(this, rank);
+    order.enter(number, rank);
 #endif
     return true;
 }
@@ -55,7 +61,7 @@ bool CLock::try_lock()
 void CLock::unlock()
 {
 #ifndef NDEBUG
-    order.leave(this);
+    order.leave(number);
 #endif
     mutex.unlock();
 }

@@ -15,12 +15,11 @@ class CLock
 {
 public:
     /// Only the locks that others are taken under need a rank of their own.
-    explicit CLock([[maybe_unused]] CLockRank place = CLockRank::leaf)
-#ifndef NDEBUG
-        : rank(place)
+#ifdef NDEBUG
+    explicit CLock(CLockRank = CLockRank::leaf) {}
+#else
+    explicit CLock(CLockRank place = CLockRank::leaf);
 #endif
-    {
-    }
     CLock(const CLock&) = delete;
     CLock& operator=(const CLock&) = delete;
 
@@ -39,6 +38,7 @@ public:
 private:
     std::recursive_mutex mutex;
 #ifndef NDEBUG
+    const std::uint32_t number;             // above 0, never given again
     const CLockRank rank;
 #endif
 };

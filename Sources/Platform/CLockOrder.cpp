@@ -44,42 +44,70 @@ const char* nameOf(CLockRank rank) noexcept
     return "?";
 }
 
+namespace
+{
+
+/// Of these several are held in a row, see CLockOrder::refusal.
+bool isOfChain(CLockRank rank) noexcept
+{
+    return rank == CLockRank::parameter || rank == CLockRank::parameterFilter;
+}
+
+}
+
 bool CLockOrder::mayFollow(CLockRank outer, CLockRank inner) noexcept
 {
     return outer < inner && outer != CLockRank::environment;
 }
 
-std::string CLockOrder::refusal(const void* lock, CLockRank rank) const
+std::span<const CLockOrder::CHeld> CLockOrder::known() const noexcept
 {
-    const auto end = held.begin() + static_cast<std::ptrdiff_t>(std::min(count, held.size()));
-    if (std::any_of(held.begin(), end, [lock](const CHeld& entry) { return entry.lock == lock; }))
+    return std::span(held).first(std::min(count, held.size()));
+}
+
+bool CLockOrder::isHeld(std::uint32_t lock) const noexcept
+{
+    return std::ranges::any_of(known(), [lock](const CHeld& entry) { return entry.lock == lock; });
+}
+
+std::string CLockOrder::refusal(std::uint32_t lock, CLockRank rank) const
+{
+    if (isHeld(lock))
         return {};
     // Whoever takes part in a parameter's changes may change others under its lock, by a filter's lock or straight on,
-    // and these have followers of their own. That such chains lead nowhere twice is for those who make them.
+    // and these have followers of their own. That such chains form no ring shows in the pairs.
     const bool isTarget = rank == CLockRank::parameter && count > 0 && count <= held.size() &&
-                          (held[count - 1].rank == CLockRank::parameterFilter ||
-                           held[count - 1].rank == CLockRank::parameter);
+                          isOfChain(held[count - 1].rank);
     const bool isInChain = isTarget || rank == CLockRank::parameterFilter;
-    for (auto entry = held.begin(); entry != end; ++entry)
+    for (const CHeld& entry : known())
     {
-        const bool isChain = entry->rank == CLockRank::parameter || entry->rank == CLockRank::parameterFilter;
-        const bool isBesideFilter = entry + 1 == end && entry->rank == rank && rank == CLockRank::parameterFilter;
-        const bool isNextLink = isInChain && isChain && !isBesideFilter;
-        if (!isNextLink && !mayFollow(entry->rank, rank))
+        const auto broken = [&](const char* what)
+        {
             return std::string("Lock order broken: the lock '") + nameOf(rank) + "' was taken with the lock '" +
-                   nameOf(entry->rank) + "' held.";
+                   nameOf(entry.rank) + "' held" + what;
+        };
+        const bool isBesideFilter = &entry == &known().back() && entry.rank == rank && rank == CLockRank::parameterFilter;
+        const bool isNextLink = isInChain && isOfChain(entry.rank) && !isBesideFilter;
+        if (!isNextLink && !mayFollow(entry.rank, rank))
+            return broken(".");
+        if (isInChain && pairs.hasReverse(entry.lock, lock))
+            return broken(", and earlier the other way round.");
     }
     return {};
 }
 
-void CLockOrder::enter(const void* lock, CLockRank rank) noexcept
+void CLockOrder::enter(std::uint32_t lock, CLockRank rank) noexcept
 {
+    if (isOfChain(rank) && !isHeld(lock))
+        for (const CHeld& entry : known())
+            if (isOfChain(entry.rank))
+                pairs.note(entry.lock, lock);
     if (count < held.size())
         held[count] = {lock, rank};
     ++count;
 }
 
-void CLockOrder::leave(const void* lock) noexcept
+void CLockOrder::leave(std::uint32_t lock) noexcept
 {
     if (count == 0)
         return;

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <array>
+#include "Platform/CLockPairs.h"
+
+#include <span>
 #include <string>
 
 namespace kor
@@ -18,7 +20,8 @@ enum class CLockRank : unsigned char
     preset,                                         // a registry's
     undo,
     registryParams,                                 // a registry's list of parameters
-    parameter,                                      // of several, only from one that changes to those that follow it
+    parameter,                                      // of several, from one that changes to those that follow it,
+                                                    // and of no two in both orders
     parameterFilter,                                // between its source's and its targets'
     environment,                                    // nothing else is taken under it
     bridge,                                         // the source of one
@@ -33,26 +36,33 @@ enum class CLockRank : unsigned char
 const char* nameOf(CLockRank rank) noexcept;
 
 // The locks that one thread holds, in the order of their taking. Builds with assertions keep one for every thread, so
-// that a wrong order is found the first time the code runs and not when two threads happen to meet in it. Allocates
-// nothing unless the order is broken, so that it may run on the audio thread.
+// that a wrong order is found the first time the code runs and not when two threads happen to meet in it. Where ranks
+// leave the order open, the first thread that takes two locks one under the other settles it for all. Allocates
+// nothing unless the order is broken, so that it may run on the audio thread. Locks are named as in CLockPairs.
 class CLockOrder
 {
 public:
-    /// Why taking `lock` now breaks the order; empty when it does not.
-    std::string refusal(const void* lock, CLockRank rank) const;
+    /// `settledPairs` is shared by all threads and outlives them.
+    constexpr explicit CLockOrder(CLockPairs& settledPairs) noexcept : pairs(settledPairs) {}
 
-    void enter(const void* lock, CLockRank rank) noexcept;
-    void leave(const void* lock) noexcept;
+    /// Why taking `lock` now breaks the order; empty when it does not.
+    std::string refusal(std::uint32_t lock, CLockRank rank) const;
+
+    void enter(std::uint32_t lock, CLockRank rank) noexcept;
+    void leave(std::uint32_t lock) noexcept;
 
 private:
     struct CHeld
     {
-        const void* lock = nullptr;
+        std::uint32_t lock = 0;
         CLockRank rank = CLockRank::leaf;
     };
 
     static bool mayFollow(CLockRank outer, CLockRank inner) noexcept;
+    std::span<const CHeld> known() const noexcept;
+    bool isHeld(std::uint32_t lock) const noexcept;
 
+    CLockPairs& pairs;
     std::array<CHeld, 64> held;                    // deeper nesting than that is not looked at
     std::size_t count = 0;
 };

@@ -61,8 +61,9 @@ public:
     static int rename(const std::string& from, const std::string& to);
     static int remove(const std::string& path);
 
-    /// Whether anything has that name, a directory or a file that may not be opened too.
-    static bool exists(const std::string& path);
+    /// Whether an open that gave this code found nothing of that name. A link that leads nowhere is something. What
+    /// another process has made of the name since does not count.
+    static bool isMissing(int code, const std::string& path);
 
     /// Number of this process, for names that must not meet another process's.
     static long processId();

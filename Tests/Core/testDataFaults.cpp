@@ -275,6 +275,29 @@ TEST_F(DataFaults, ProcessesThatEditOneListLoseNothing)
     EXPECT_EQ(entries.size(), 2u * each);
 }
 
+TEST_F(DataFaults, FileThatComesAndGoesIsNoFaultButALinkToNowhereIs)
+{
+    write(store, "x");
+    CLines log;
+    const pid_t child = inChild([this]
+    {
+        const std::string away = path() + "-away";
+        for (int i = 0; i < 20000; ++i)
+        {
+            ::rename(path().c_str(), away.c_str());
+            ::rename(away.c_str(), path().c_str());
+        }
+    });
+    while (::waitpid(child, nullptr, WNOHANG) == 0)
+        read(store, Store::Source::reload);
+    EXPECT_EQ(log.lines, std::vector<std::string>());
+
+    std::filesystem::rename(path(), path() + "-away");
+    std::filesystem::create_symlink(directory() + "unplugged/list", path());
+    EXPECT_TRUE(append(store, "y"));
+    EXPECT_EQ(log.lines.size(), 1u);
+}
+
 TEST_F(DataFaults, ProcessesThatWriteOneFileNeverTearIt)
 {
     CLines log;

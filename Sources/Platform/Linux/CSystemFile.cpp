@@ -174,10 +174,10 @@ int CSystemFile::remove(const std::string& path)
     return ::unlink(path.c_str()) < 0 ? errno : 0;
 }
 
-bool CSystemFile::exists(const std::string& path)
+bool CSystemFile::isMissing(int code, const std::string& path)
 {
     struct stat status;
-    return ::lstat(path.c_str(), &status) == 0;
+    return (code == ENOENT || code == ENOTDIR) && !(::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode));
 }
 
 long CSystemFile::processId()
