@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
+#include <thread>
 
 namespace kor
 {
@@ -49,42 +49,84 @@ const COrderCase orderCases[] = {
                                                  {'a', Rank::parameter}}, false},
 };
 
+/// Goes through the steps; what the last one was refused for.
+std::string walk(CLockOrder& order, const std::vector<CStep>& steps, const char* what)
+{
+    std::string refusal;
+    for (const CStep& step : steps)
+    {
+        EXPECT_EQ(refusal, "") << what;
+        const auto lock = static_cast<std::uint32_t>(step.lock | 0x20);
+        if (step.lock < 'a')
+        {
+            order.leave(lock);
+            continue;
+        }
+        refusal = order.refusal(lock, step.rank);
+        order.enter(lock, step.rank);
+    }
+    return refusal;
+}
+
 }
 
 TEST(LockOrder, RefusesWhatLeavesTheStatedOrder)
 {
     for (const COrderCase& c : orderCases)
     {
-        CLockOrder order;
-        const std::array<char, 128> locks{};
-        const auto address = [&](char letter) { return &locks[static_cast<std::size_t>(letter | 0x20)]; };
-        std::string refusal;
-        for (const CStep& step : c.steps)
-        {
-            EXPECT_EQ(refusal, "") << c.what;
-            if (step.lock < 'a')
-            {
-                order.leave(address(step.lock));
-                continue;
-            }
-            refusal = order.refusal(address(step.lock), step.rank);
-            order.enter(address(step.lock), step.rank);
-        }
+        CLockPairs pairs;
+        CLockOrder order(pairs);
+        const std::string refusal = walk(order, c.steps, c.what);
+        EXPECT_EQ(refusal.empty(), c.fits) << c.what << ": " << refusal;
+    }
+}
+
+// The chains in which parameters change each other: one thread goes the first way and is through, then another goes the
+// second.
+TEST(LockOrder, RefusesChainsThatThreadsTakeInOppositeOrders)
+{
+    constexpr Rank param = Rank::parameter;
+    constexpr Rank filter = Rank::parameterFilter;
+    const struct
+    {
+        const char* what;
+        std::vector<CStep> first;
+        std::vector<CStep> second;
+        bool fits;
+    } cases[] = {
+        {"followers of each other", {{'a', param}, {'b', param}}, {{'b', param}, {'a', param}}, false},
+        {"one way for both", {{'a', param}, {'b', param}, {'a', param}}, {{'a', param}, {'b', param}}, true},
+        {"two followers of one", {{'a', param}, {'b', param}, {'B'}, {'c', param}},
+                                 {{'a', param}, {'c', param}, {'C'}, {'b', param}}, true},
+        {"never one under the other", {{'a', param}, {'A'}, {'b', param}}, {{'b', param}, {'a', param}}, true},
+        {"filters to and fro", {{'a', param}, {'f', filter}, {'b', param}},
+                               {{'b', param}, {'g', filter}, {'a', param}}, false},
+        {"back over one more", {{'a', param}, {'f', filter}, {'b', param}, {'c', param}},
+                               {{'c', param}, {'a', param}}, false},
+        {"filter that changes its source", {{'a', param}, {'f', filter}}, {{'f', filter}, {'a', param}}, false},
+    };
+    for (const auto& c : cases)
+    {
+        CLockPairs pairs;
+        CLockOrder first(pairs);
+        CLockOrder second(pairs);
+        EXPECT_EQ(walk(first, c.first, c.what), "");
+        const std::string refusal = walk(second, c.second, c.what);
         EXPECT_EQ(refusal.empty(), c.fits) << c.what << ": " << refusal;
     }
 }
 
 TEST(LockOrder, NestingBeyondItsRoomIsForgotten)
 {
-    CLockOrder order;
-    const int locks[2] = {};
+    CLockPairs pairs;
+    CLockOrder order(pairs);
     for (int i = 0; i < 100; ++i)
-        order.enter(&locks[0], Rank::undo);
+        order.enter(1, Rank::undo);
     for (int i = 0; i < 100; ++i)
-        order.leave(&locks[0]);
-    EXPECT_EQ(order.refusal(&locks[1], Rank::preset), "");
-    order.enter(&locks[1], Rank::preset);
-    EXPECT_NE(order.refusal(&locks[0], Rank::message), "");
+        order.leave(1);
+    EXPECT_EQ(order.refusal(2, Rank::preset), "");
+    order.enter(2, Rank::preset);
+    EXPECT_NE(order.refusal(1, Rank::message), "");
 }
 
 #ifndef NDEBUG
@@ -103,6 +145,20 @@ TEST(LockOrder, WrongOrderEndsTheProcessWithBothNames)
             const CLockHolder second(outer);
         },
         "'preset' was taken with the lock 'undo' held");
+
+    CLock one(Rank::parameter);
+    CLock other(Rank::parameter);
+    std::thread([&]
+    {
+        const CLockHolder first(one);
+        const CLockHolder second(other);
+    }).join();
+    EXPECT_DEATH(
+        {
+            const CLockHolder first(other);
+            const CLockHolder second(one);
+        },
+        "and earlier the other way round");
 }
 #endif
 
