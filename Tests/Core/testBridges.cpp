@@ -213,7 +213,7 @@ public:
 
 TEST(Targets, ListenUntilTheyOrTheirSourceGo)
 {
-    addTestType(creatorRow<CFollower>("test:follower"));
+    addTestType(creatorRow<CFollower>("test:target-follower"));
     for (const CCreatorRow& row : coreCreators())
         addTestType(row);
     CTestTree tree;
@@ -221,7 +221,7 @@ TEST(Targets, ListenUntilTheyOrTheirSourceGo)
     CObject* source = nullptr;
     CFollower* follower = nullptr;
     EXPECT_TRUE(succeeded(tree.root().createChild(ui, "ui:ui-event-bridge", "ui", false)));
-    EXPECT_TRUE(succeeded(ui->createChild(follower, "test:follower", "f", false)));
+    EXPECT_TRUE(succeeded(ui->createChild(follower, "test:target-follower", "f", false)));
     EXPECT_TRUE(succeeded(ui->createChild(source, "core:object", "s", false)));
 
     EXPECT_NE(follower->target.set("^none").message(), "");

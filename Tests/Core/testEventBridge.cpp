@@ -8,9 +8,14 @@
 #include "Core/CoreCreators.h"
 #include "Support/CTestTree.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
 #include <thread>
 
 namespace kor::test
@@ -96,6 +101,20 @@ bool isReadable(int descriptor)
 {
     pollfd watched = {descriptor, POLLIN, 0};
     return poll(&watched, 1, 0) == 1;
+}
+
+/// The descriptor that other threads write to in order to wake the loop behind `descriptor`; -1 when it is not found.
+int wakerOf(int descriptor)
+{
+    std::ifstream watched("/proc/self/fdinfo/" + std::to_string(descriptor));
+    for (std::string word; watched >> word;)
+    {
+        std::string number;
+        if (word == "tfd:" && watched >> number &&
+            std::filesystem::read_symlink("/proc/self/fd/" + number) == "anon_inode:[eventfd]")
+            return std::stoi(number);
+    }
+    return -1;
 }
 
 }
@@ -203,6 +222,25 @@ TEST_F(EventBridge, WithoutDescriptorsItDoesNotStart)
         EXPECT_EQ(CEventLoop::ofThisThread()->error(), 0);
     }).join();
     EXPECT_EQ(ui->children().size(), 1u);
+}
+
+TEST_F(EventBridge, PostThatWakesNobodyFailsAndIsKept)
+{
+    const int waker = wakerOf(loop->descriptor());
+    ASSERT_GE(waker, 0);
+    const int kept = dup(waker);
+    const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
+    ASSERT_EQ(dup2(full, waker), waker);
+    EXPECT_EQ(receiver->post("take", 1).message(), "Post message error " + std::to_string(ENOSPC) + ".");
+    EXPECT_EQ(receiver->post("take", 2).message(), "Post message error " + std::to_string(ENOSPC) + ".");
+    ASSERT_EQ(dup2(kept, waker), waker);
+    close(full);
+    close(kept);
+
+    EXPECT_TRUE(succeeded(receiver->post("take", 3)));
+    EXPECT_TRUE(isReadable(loop->descriptor()));
+    loop->dispatch();
+    EXPECT_EQ(receiver->numbers, (std::vector<int>{1, 2, 3}));
 }
 
 TEST_F(EventBridge, EightThreadsKeepTheirOrderAndLoseNothing)

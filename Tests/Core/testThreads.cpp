@@ -3,6 +3,10 @@
 
 #include "Support/CTestTree.h"
 
+#include <pthread.h>
+
+#include <cerrno>
+
 namespace kor::test
 {
 namespace
@@ -66,6 +70,23 @@ TEST(Threads, RunOnceAtATime)
         EXPECT_EQ(thread.nameInside, "sleeper"_s);
     }
     EXPECT_TRUE(succeeded(thread.runThread(CThread::Priority::high)));
+}
+
+TEST(Threads, CannotRunWithoutAStackAndMayTryAgain)
+{
+    CSleeper thread("sleeper");
+    pthread_attr_t usual;
+    ASSERT_EQ(pthread_getattr_default_np(&usual), 0);
+    pthread_attr_t huge = usual;
+    ASSERT_EQ(pthread_attr_setstacksize(&huge, std::size_t{1} << 60), 0);       // more than there are addresses
+    ASSERT_EQ(pthread_setattr_default_np(&huge), 0);
+    const std::string message = thread.runThread(CThread::Priority::normal).message();
+    ASSERT_EQ(pthread_setattr_default_np(&usual), 0);
+    EXPECT_EQ(message, "Thread creation error " + std::to_string(EAGAIN) + ".");
+    EXPECT_FALSE(thread.isRunning());
+    EXPECT_TRUE(succeeded(thread.runThread(CThread::Priority::normal)));
+    thread.stopThread();
+    EXPECT_EQ(thread.entered, 1);
 }
 
 TEST(Threads, WorkersDoOneJobAfterTheOther)
