@@ -3,7 +3,6 @@
 
 #include "Core/CApplicationData.h"
 #include "Core/CLog.h"
-#include "Core/CMemoryReader.h"
 #include "Core/CNotifyServer.h"
 #include "Core/CObject.h"
 #include "Core/CRoundingGuard.h"
@@ -39,10 +38,10 @@ struct CProcessState
     std::atomic<double> uiScale{1.0};
 };
 
-CProcessState& process()
+CProcessState& processState()
 {
-    static CProcessState& state = *new CProcessState;
-    return state;
+    static CProcessState& only = *new CProcessState;
+    return only;
 }
 
 void report(const CError& failure)
@@ -66,19 +65,8 @@ double readUiScale()
 {
     constexpr double smallest = 0.25;
     constexpr double largest = 4.0;
-    CByteArray bytes;
-    CLocalData::instance().read("ui-scale", bytes, fourCC("dstr"));
-    if (bytes.empty())
-        return 1.0;
-    CMemoryReader reader(bytes.data(), bytes.size());
-    CStringBuf text;
-    if (CError failure = reader.readString(text))
-    {
-        CLog::writeError(std::move(failure));
-        return 1.0;
-    }
     bool ok = false;
-    const double scale = text.toDouble(ok);
+    const double scale = CLocalData::instance().readText("ui-scale").value_or(CStringBuf()).toDouble(ok);
     return ok && scale >= smallest && scale <= largest ? scale : 1.0;
 }
 
@@ -94,12 +82,12 @@ CError fillRoot(CObject& root, const CStringBuf& resourceName)
 void destroySharedObject()
 {
     // The pointer goes first, so that whatever the objects do on their way out finds no shared tree.
-    CObject::destroy(process().sharedRoot.exchange(nullptr));
+    CObject::destroy(processState().sharedRoot.exchange(nullptr));
 }
 
 void destroySharedObjectAtExit()
 {
-    if (process().liveRoots.load() == 0)
+    if (processState().liveRoots.load() == 0)
         destroySharedObject();
 }
 
@@ -107,10 +95,10 @@ CError startOnce(const CApplicationSetup& setup)
 {
     KOR_TRY(requireProcessor());
     const CRoundingGuard rounding;
-    process().uiScale = readUiScale();
+    processState().uiScale = readUiScale();
     if (CDirectories::module().empty())
         CLog::write("The directory of the module is not known.");
-    process().exists = true;
+    processState().exists = true;
     CLog::write("Initializing application...");
     for (const CCreatorRow& row : setup.creators)
         KOR_TRY(CCreatorTable::registerCreator(row.tag, row.creator, row.classInit));
@@ -124,7 +112,7 @@ CError startOnce(const CApplicationSetup& setup)
 
 CError CApplication::initApplication(const CApplicationSetup& setup)
 {
-    CProcessState& state = process();
+    CProcessState& state = processState();
     const CLockHolder hold(state.lock);
     switch (state.start)
     {
@@ -152,7 +140,7 @@ CError CApplication::initApplication(const CApplicationSetup& setup)
 void CApplication::finishApplication()
 {
     const CRoundingGuard rounding;
-    CProcessState& state = process();
+    CProcessState& state = processState();
     const CLockHolder hold(state.lock);
     CLog::write("Finalizing application...");
     state.exists = false;
@@ -160,12 +148,12 @@ void CApplication::finishApplication()
 
 bool CApplication::exists() noexcept
 {
-    return process().exists;
+    return processState().exists;
 }
 
 CError CApplication::initSharedObject(const CStringBuf& resourceName)
 {
-    CProcessState& state = process();
+    CProcessState& state = processState();
     const CLockHolder hold(state.lock);
     if (getSharedRoot() != nullptr)
         return KOR_FAIL("@korstr_CApplication_initSharedObject_Twice Shared object already exists.");
@@ -191,7 +179,7 @@ CError CApplication::initRootObject(CObject*& root, const CStringBuf& resourceNa
         return KOR_FAIL("@korstr_CApplication_initRootObject_NoShared No shared object created.");
     auto* made = new CObject;
     made->makeRoot(new CNotifyServer);
-    ++process().liveRoots;
+    ++processState().liveRoots;
     if (CError failure = fillRoot(*made, resourceName))
     {
         destroyRootObject(made);
@@ -208,22 +196,22 @@ void CApplication::destroyRootObject(CObject* root)
     CNotifyServer* server = root->notifyServer();
     CObject::destroy(root);
     delete server;
-    --process().liveRoots;
+    --processState().liveRoots;
 }
 
 CObject* CApplication::getSharedRoot() noexcept
 {
-    return process().sharedRoot.load(std::memory_order_acquire);
+    return processState().sharedRoot.load(std::memory_order_acquire);
 }
 
 double CApplication::uiScale() noexcept
 {
-    return process().uiScale;
+    return processState().uiScale;
 }
 
 void CApplication::destroySharedObjectForTests()
 {
-    const CLockHolder hold(process().lock);
+    const CLockHolder hold(processState().lock);
     destroySharedObject();
 }
 

@@ -2,9 +2,25 @@
 #include "Core/CApplicationData.h"
 
 #include "Core/CLog.h"
+#include "Core/CMemoryReader.h"
+#include "Core/CWriteSeqBuffer.h"
 
 namespace kor
 {
+
+namespace
+{
+
+CError checkText(const CByteArray& contents)
+{
+    CMemoryReader reader(contents);
+    CStringBuf text;
+    return reader.readString(text);
+}
+
+constexpr CDataFormat textFormat(fourCC("dstr"), checkText);
+
+}
 
 CApplicationData::CApplicationData(const CStringBuf& storeSubdirectory, const CStringBuf& storeResourcePrefix)
     : files(storeSubdirectory, storeResourcePrefix)
@@ -33,7 +49,7 @@ bool CApplicationData::hasFiles()
     return files.resolve();
 }
 
-void CApplicationData::read(const CStringBuf& name, CByteArray& out, std::uint32_t id, Source source)
+void CApplicationData::read(const CStringBuf& name, CByteArray& out, const CDataFormat& format, Source source)
 {
     const CLockHolder hold(lock);
     files.resolve();
@@ -41,12 +57,40 @@ void CApplicationData::read(const CStringBuf& name, CByteArray& out, std::uint32
     if (!entry.isKnown || source == Source::reload)
     {
         CByteArray found;
-        const CDataFiles::CReading reading = files.read(name, found, id);
+        const CDataFiles::CReading reading = files.read(name, found, format);
         if (reading.isFound || !reading.wasDamaged || !entry.isKnown)
             entry.bytes = std::move(found);
         entry.isKnown = true;
     }
     out = entry.bytes;
+}
+
+std::optional<CStringBuf> CApplicationData::readText(const CStringBuf& name)
+{
+    CByteArray bytes;
+    read(name, bytes, textFormat);
+    if (bytes.empty())
+        return {};
+    CMemoryReader reader(bytes);
+    CStringBuf text;
+    if (CError failure = reader.readString(text))
+    {
+        CLog::writeError(std::move(failure));       // something else was written under the name
+        return {};
+    }
+    return text;
+}
+
+void CApplicationData::writeText(const CStringBuf& name, const CStringBuf& text, const CBridge* except)
+{
+    CWriteSeqBuffer buffer(2048);
+    if (CError failure = buffer.writeString(text))
+    {
+        CLog::writeError(std::move(failure));
+        return;
+    }
+    const CByteArray bytes = buffer.getContents();
+    write(name, bytes.data(), bytes.size(), textFormat.id, except);
 }
 
 void CApplicationData::write(const CStringBuf& name, const void* data, std::size_t size, std::uint32_t id,
@@ -71,7 +115,8 @@ void CApplicationData::write(const CStringBuf& name, const void* data, std::size
     notifyBridges(name, except);
 }
 
-CError CApplicationData::edit(const CStringBuf& name, std::uint32_t id, const CEdit& change, const CBridge* except)
+CError CApplicationData::edit(const CStringBuf& name, const CDataFormat& format, const CEdit& change,
+                              const CBridge* except)
 {
     {
         CDataFileLock right;
@@ -81,14 +126,14 @@ CError CApplicationData::edit(const CStringBuf& name, std::uint32_t id, const CE
         if (isKept)
         {
             KOR_TRY(files.take(right, name));
-            reading = files.read(name, bytes, id);
+            reading = files.read(name, bytes, format);
             // What cannot be seen now must not be written over with what stands in for it.
             if (reading.isUserFileOutOfReach)
                 return KOR_FAIL("@korstr_CApplicationData_edit_Reach Data file '%1' cannot be read and is left alone.",
                                 name);
         }
         else
-            read(name, bytes, id);
+            read(name, bytes, format);
         if (!change(bytes))
             return {};
         const CLockHolder hold(lock);
@@ -96,7 +141,7 @@ CError CApplicationData::edit(const CStringBuf& name, std::uint32_t id, const CE
         {
             if (reading.isUserFileDamaged)
                 KOR_TRY(files.setAside(name));
-            KOR_TRY(files.write(name, bytes.data(), bytes.size(), id));
+            KOR_TRY(files.write(name, bytes.data(), bytes.size(), format.id));
         }
         CEntry& entry = entryOf(name);
         entry.bytes = std::move(bytes);

@@ -5,6 +5,7 @@
 #include "Core/CDataFiles.h"
 
 #include <functional>
+#include <optional>
 
 namespace kor
 {
@@ -26,7 +27,11 @@ public:
     };
 
     /// The contents of a data file, empty when there is none. A name is a plain file name without "/".
-    void read(const CStringBuf& name, CByteArray& out, std::uint32_t id, Source source = Source::cache);
+    void read(const CStringBuf& name, CByteArray& out, const CDataFormat& format, Source source = Source::cache);
+
+    /// The text that a data file holds, and keeps; none when there is none. Reading: as `read`; writing: as `write`.
+    std::optional<CStringBuf> readText(const CStringBuf& name);
+    void writeText(const CStringBuf& name, const CStringBuf& text, const CBridge* except = nullptr);
 
     /// Keeps the data and writes the file as a whole; a failure of the file is logged, in one line, and the next write
     /// tries again. Then tells all bridges of the name but `except`, on this thread.
@@ -40,7 +45,8 @@ public:
     /// anew and replaced while nobody else changes it. `change` finds its target in what it gets, by identity, since
     /// places may have moved; no lock of this process is held over it, but it must not change the same file by another
     /// call. On failure file and kept data stay as they were. A file that does not decode is set aside first.
-    CError edit(const CStringBuf& name, std::uint32_t id, const CEdit& change, const CBridge* except = nullptr);
+    CError edit(const CStringBuf& name, const CDataFormat& format, const CEdit& change,
+                const CBridge* except = nullptr);
 
     /// A small number above 0 that stands for the file name as long as the store lives.
     int getBridgeKey(const CStringBuf& name) override;

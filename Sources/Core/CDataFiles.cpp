@@ -52,21 +52,26 @@ bool CDataFiles::resolve()
     return true;
 }
 
-CDataFiles::CReading CDataFiles::read(const CStringBuf& name, CByteArray& out, std::uint32_t id) const
+CDataFiles::CReading CDataFiles::read(const CStringBuf& name, CByteArray& out, const CDataFormat& format) const
 {
     CReading reading;
     if (paths != Paths::resolved || !isPlainFileName(name))
         return reading;
     const auto decode = [&](CInputStream& stream, const CStringBuf& origin)
     {
-        const CError failure = stream.readCompressedData(out, id);
+        CByteArray contents;
+        CError failure = stream.readCompressedData(contents, format.id);
+        if (!failure && format.check != nullptr && !contents.empty())
+            failure = format.check(contents);
         reading.isFound = !failure;
         if (failure)
         {
             reading.wasDamaged = true;
             logUnusable(origin, failure);
+            return false;
         }
-        return reading.isFound;
+        out = std::move(contents);
+        return true;
     };
     for (const CStringBuf* directory : {&userDirectory, &machineDirectory, &moduleDirectory})
     {

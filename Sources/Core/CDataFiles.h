@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Core/CDataFileLock.h"
+#include "Core/CDataFormat.h"
 #include "Core/CStream.h"
 
 namespace kor
@@ -30,7 +31,7 @@ public:
     };
 
     /// Gives the contents of the first candidate that opens and decodes; otherwise `out` stays.
-    CReading read(const CStringBuf& name, CByteArray& out, std::uint32_t id) const;
+    CReading read(const CStringBuf& name, CByteArray& out, const CDataFormat& format) const;
 
     /// The right to replace the user's file. May wait, so no lock of the process is held meanwhile.
     CError take(CDataFileLock& right, const CStringBuf& name) const;

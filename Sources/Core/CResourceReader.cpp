@@ -27,6 +27,14 @@ CError CResourceReader::open(const CStringBuf& name)
     return {};
 }
 
+CError CResourceReader::readBlock(const CStringBuf& name, std::uint32_t id, CByteArray& contents)
+{
+    CResourceReader file;
+    KOR_TRY(file.open(name));
+    KOR_TRY(file.readCompressedData(contents, id));
+    return {};
+}
+
 const void* CResourceReader::getDirectPointer()
 {
     return inner != nullptr ? inner->getDirectPointer() : nullptr;

@@ -17,6 +17,9 @@ public:
     /// Drops what was open before. "Unable to open file '%1' for reading (error %2)." when there is no such name.
     CError open(const CStringBuf& name);
 
+    /// The contents of a resource or file that is one compressed block with this id.
+    static CError readBlock(const CStringBuf& name, std::uint32_t id, CByteArray& contents);
+
     /// Embedded resources live as long as the process.
     const void* getDirectPointer() override;
 

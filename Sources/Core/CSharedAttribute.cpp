@@ -1,16 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Core/CSharedAttribute.h"
 
-#include "Core/CLog.h"
-#include "Core/CMemoryReader.h"
-#include "Core/CWriteSeqBuffer.h"
-
 namespace kor
 {
-namespace
-{
-constexpr std::uint32_t blockId = fourCC("dstr");
-}
 
 void CSharedAttribute::initClass(CObjectClassInfo& info)
 {
@@ -66,29 +58,14 @@ CError CSharedAttribute::load()
 
 CStringBuf CSharedAttribute::readStore()
 {
-    CByteArray bytes;
-    store->read(fileName, bytes, blockId);
-    if (bytes.empty())
-        return getAttrString("def-value");
-    CStringBuf value;
-    CMemoryReader reader(bytes.data(), bytes.size());
-    if (CError failure = reader.readString(value))
-    {
-        CLog::writeError(std::move(failure));
-        return getAttrString("def-value");
-    }
-    return value;
+    std::optional<CStringBuf> value = store->readText(fileName);
+    return value ? *std::move(value) : getAttrString("def-value");
 }
 
 CError CSharedAttribute::save(const CStringBuf& value)
 {
     if (readStore() != value)
-    {
-        CWriteSeqBuffer buffer(2048);
-        KOR_TRY(buffer.writeString(value));
-        const CByteArray bytes = buffer.getContents();
-        store->write(fileName, bytes.data(), bytes.size(), blockId, &storeBridge);
-    }
+        store->writeText(fileName, value, &storeBridge);
     KOR_TRY(load());
     return {};
 }

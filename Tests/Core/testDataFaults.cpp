@@ -243,10 +243,40 @@ TEST_F(DataFaults, DamagedListIsOneLineAndKeptAside)
     EXPECT_EQ(aside, "what a user made");
 }
 
+TEST_F(DataFaults, ContentsOfNoUseLeaveTheTurnToTheNextPlace)
+{
+    const CDataFormat words(id, [](const CByteArray& contents)
+    { return contents.front() == '?' ? KOR_FAIL("No words.") : CError(); });
+    write(store, "? of a user");
+    std::filesystem::create_directories(folders.machine() + "Maker");
+    std::filesystem::copy_file(path(), folders.machine() + "Maker/" + name);
+    const auto readWords = [&]
+    {
+        Store fresh("Maker/", "Faults_");
+        CByteArray bytes;
+        fresh.read(name, bytes, words);
+        return std::string(bytes.begin(), bytes.end());
+    };
+    CLines log;
+    EXPECT_EQ(readWords(), "");
+    EXPECT_EQ(log.lines.size(), 2u);
+
+    write(store, "of a maker");
+    std::filesystem::rename(path(), folders.machine() + "Maker/" + name);
+    write(store, "? of a user");
+    log.lines.clear();
+    EXPECT_EQ(readWords(), "of a maker");
+    ASSERT_EQ(log.lines.size(), 1u);
+    EXPECT_NE(log.lines[0].find(path()), std::string::npos);
+    EXPECT_FALSE(store.edit(name, words, [](CByteArray& bytes) { return bytes.push_back('!'), true; }));
+    EXPECT_EQ(readWords(), "of a maker!");
+    EXPECT_TRUE(std::filesystem::exists(path() + ".damaged"));
+}
+
 TEST_F(DataFaults, ProcessesThatEditOneListLoseNothing)
 {
     CLines log;
-    constexpr int each = 60;
+    constexpr int each = 25;                        // one that always comes late must still get its turn in time
     std::vector<pid_t> children;
     for (const char letter : {'a', 'b'})
         children.push_back(inChild([letter]

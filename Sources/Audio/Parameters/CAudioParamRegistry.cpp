@@ -16,6 +16,27 @@ namespace
 
 const char* const defaultPresetName = "default-preset";
 
+// Changes a parameter that shows a name. No preset holds the master's, so it enters no record of undo by itself, and yet
+// a step back must bring the name back with the values.
+template <class Change>
+void changeShownName(CAudioParam& param, int group, CAudioParamUndoContext* context, Change&& change)
+{
+    const CAudioParamRegistryNameBridge::COwnChange own;
+    const CAudioParamInfo& info = param.info();
+    CLockHolder hold(param.lock());
+    CAudioParamRequest request;
+    request.group = info.isSingleGroup ? 0 : group;
+    request.type = info.type;
+    request.isSingleGroup = info.isSingleGroup;
+    request.isSingleElement = info.isSingleElement;
+    const bool isLeftOut = context != nullptr && param.hasInfo() && !info.isStorable && !info.isPersistent;
+    if (isLeftOut)
+        context->recordOld(param, request);
+    change();
+    if (isLeftOut)
+        context->recordNew(param, request);
+}
+
 }
 
 CAudioParamRegistry::CAudioParamRegistry() : storeBridge(*this, &CAudioParamRegistry::onStoreWritten) {}
@@ -163,7 +184,7 @@ CError CAudioParamRegistry::onStoreWritten(const CStringBuf& storeName)
 std::optional<CAudioPreset> CAudioParamRegistry::readDefaultPreset() const
 {
     CByteArray bytes;
-    CLocalData::instance().read(defaultPresetName, bytes, CAudioPreset::fileId);
+    CLocalData::instance().read(defaultPresetName, bytes, CAudioPreset::format());
     if (bytes.empty())
         return {};
     CMemoryReader reader(bytes);
@@ -218,8 +239,15 @@ void CAudioParamRegistry::showName(const CStringBuf& fullName, int group, CAudio
 {
     if (nameParam == nullptr)
         return;
-    const CAudioParamRegistryNameBridge::COwnChange own;
-    nameParam->setText(std::max(group, 0), 0, CAudioPreset::titleOf(fullName), context);
+    const int shownGroup = std::max(group, 0);
+    changeShownName(*nameParam, shownGroup, context,
+                    [&] { nameParam->setText(shownGroup, 0, CAudioPreset::titleOf(fullName), context); });
+}
+
+void CAudioParamRegistry::resetShownName(CAudioParamUndoContext* context)
+{
+    if (nameParam != nullptr)
+        changeShownName(*nameParam, allGroups, context, [&] { nameParam->reset(allGroups, everyIndex, context); });
 }
 
 void CAudioParamRegistry::addListener(CAudioParamRegistryListener& listener)

@@ -33,6 +33,15 @@ CError readBlock(CInputStream& stream, CByteArray& out)
 
 }
 
+CDataFormat CAudioPreset::format() noexcept
+{
+    return {fileId, [](const CByteArray& contents)
+    {
+        CMemoryReader reader(contents);
+        return CAudioPreset().load(reader);
+    }};
+}
+
 void CAudioPreset::clear()
 {
     fullName.clear();
@@ -83,10 +92,8 @@ CError CAudioPreset::load(CInputStream& stream)
 
 CError CAudioPreset::loadFile(const CStringBuf& path)
 {
-    CResourceReader file;
     CByteArray body;
-    KOR_TRY(file.open(path));
-    KOR_TRY(file.readCompressedData(body, fileId));
+    KOR_TRY(CResourceReader::readBlock(path, fileId, body));
     CMemoryReader reader(body);
     return load(reader);
 }

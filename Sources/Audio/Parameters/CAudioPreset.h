@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Core/CAllocator.h"
+#include "Core/CDataFormat.h"
 #include "Core/CStream.h"
 
 namespace kor
@@ -16,6 +17,9 @@ public:
     using CEntries = CMap<CStringBuf, CByteArray>; // by key, in string order
 
     static constexpr std::uint32_t fileId = fourCC("aprs");
+
+    /// A data file that holds one preset.
+    static CDataFormat format() noexcept;
 
     void clear();
 

@@ -7,6 +7,16 @@
 namespace kor
 {
 
+CDataFormat CAudioPresetBank::listFormat() noexcept
+{
+    return {listId, [](const CByteArray& contents)
+    {
+        CMemoryReader reader(contents);
+        CArray<CAudioPresetBank> banks;
+        return loadList(reader, banks);
+    }};
+}
+
 CAudioPresetBank::CAudioPresetBank(const CAudioPresetBank& other) : name(other.name)
 {
     presets.reserve(other.presets.size());
@@ -56,10 +66,8 @@ CError CAudioPresetBank::load(CInputStream& stream)
 CError CAudioPresetBank::loadFile(const CStringBuf& path)
 {
     clear();
-    CResourceReader file;
     CByteArray body;
-    KOR_TRY(file.open(path));
-    KOR_TRY(file.readCompressedData(body, fileId));
+    KOR_TRY(CResourceReader::readBlock(path, fileId, body));
     CMemoryReader reader(body);
     return load(reader);
 }

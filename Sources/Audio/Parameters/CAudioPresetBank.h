@@ -15,6 +15,9 @@ public:
     static constexpr std::uint32_t fileId = fourCC("abnk");
     static constexpr std::uint32_t listId = fourCC("alst"); // a data file of several banks
 
+    /// A data file that holds a list of banks.
+    static CDataFormat listFormat() noexcept;
+
     CAudioPresetBank() = default;
     CAudioPresetBank(const CAudioPresetBank& other);
     CAudioPresetBank(CAudioPresetBank&& other) noexcept = default;

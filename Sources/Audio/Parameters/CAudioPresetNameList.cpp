@@ -10,30 +10,18 @@ namespace kor
 namespace
 {
 
-CError readFirstBank(const CByteArray& bytes, std::shared_ptr<const CAudioPresetBank>& bank)
+std::shared_ptr<const CAudioPresetBank> firstBank(const CByteArray& bytes, const CStringBuf& reporter)
 {
-    CMemoryReader reader(bytes);
-    std::uint32_t count = 0;
-    KOR_TRY(reader.readU32(count));
-    if (count == 0)
-        return {};
-    auto found = std::make_shared<CAudioPresetBank>();
-    KOR_TRY(found->load(reader));
-    bank = std::move(found);
-    return {};
-}
-
-std::shared_ptr<const CAudioPresetBank> parseList(const CByteArray& bytes, const CStringBuf& reporter)
-{
-    std::shared_ptr<const CAudioPresetBank> bank;
     if (bytes.empty())
-        return bank;
-    if (CError error = readFirstBank(bytes, bank))
+        return nullptr;
+    CMemoryReader reader(bytes);
+    CArray<CAudioPresetBank> banks;
+    if (CError error = CAudioPresetBank::loadList(reader, banks))
     {
         CLog::write("The list of presets does not parse.", reporter);
         CLog::writeError(std::move(error));
     }
-    return bank;
+    return banks.empty() ? nullptr : std::make_shared<const CAudioPresetBank>(std::move(banks.front()));
 }
 
 }
@@ -42,8 +30,8 @@ std::shared_ptr<const CAudioPresetBank> readPresetList(CApplicationData& store, 
                                                        const CStringBuf& reporter)
 {
     CByteArray bytes;
-    store.read(name, bytes, CAudioPresetBank::listId);
-    return parseList(bytes, reporter);
+    store.read(name, bytes, CAudioPresetBank::listFormat());
+    return firstBank(bytes, reporter);
 }
 
 CAudioPresetNameList::CAudioPresetNameList(const CStringBuf& storeName) : name(storeName) {}
@@ -51,14 +39,14 @@ CAudioPresetNameList::CAudioPresetNameList(const CStringBuf& storeName) : name(s
 CArray<CAudioParamStateName> CAudioPresetNameList::stateNames() const
 {
     CByteArray bytes;
-    CLocalData::instance().read(name, bytes, CAudioPresetBank::listId);
+    CLocalData::instance().read(name, bytes, CAudioPresetBank::listFormat());
     {
         const CLockHolder hold(lock);
         if (bytes == readFrom)
             return titles;
     }
     CArray<CAudioParamStateName> fresh;
-    if (const std::shared_ptr<const CAudioPresetBank> bank = parseList(bytes, name))
+    if (const std::shared_ptr<const CAudioPresetBank> bank = firstBank(bytes, name))
         for (std::size_t i = 0; i < bank->size(); ++i)
             fresh.push_back({CAudioPreset::titleOf(bank->preset(i).name()), {}});
     const CLockHolder hold(lock);
