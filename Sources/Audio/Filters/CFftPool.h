@@ -7,6 +7,7 @@
 
 #include <array>
 #include <atomic>
+#include <memory>
 
 namespace kor
 {
@@ -70,5 +71,12 @@ private:
     std::array<CFftObject*, CRealFft::maxOrder + 1> freeObjects{};
     std::array<std::atomic<const void*>, CRealFft::maxOrder + 1> tables{};
 };
+
+// Gives the object back to the pool by itself.
+struct CFftGiveBack
+{
+    void operator()(CFftObject* object) const noexcept { CFftPool::instance().give(object); }
+};
+using CFftHandle = std::unique_ptr<CFftObject, CFftGiveBack>;
 
 }

@@ -71,7 +71,7 @@ namespace
 {
 
 template <int count>
-CAudioFilterStageKind makeKind() noexcept
+CAudioFilterStageKind makeHalfBandKind() noexcept
 {
     using Stage = CHalfBandStage<count>;
     CAudioFilterStageKind kind{};
@@ -99,14 +99,14 @@ CAudioFilterStageKind halfBandStageKind(int count) noexcept
 {
     switch (count)
     {
-    case 1: return makeKind<1>();
-    case 2: return makeKind<2>();
-    case 3: return makeKind<3>();
-    case 4: return makeKind<4>();
-    case 5: return makeKind<5>();
-    case 6: return makeKind<6>();
-    case 7: return makeKind<7>();
-    default: return makeKind<8>();
+    case 1: return makeHalfBandKind<1>();
+    case 2: return makeHalfBandKind<2>();
+    case 3: return makeHalfBandKind<3>();
+    case 4: return makeHalfBandKind<4>();
+    case 5: return makeHalfBandKind<5>();
+    case 6: return makeHalfBandKind<6>();
+    case 7: return makeHalfBandKind<7>();
+    default: return makeHalfBandKind<8>();
     }
 }
 

@@ -11,14 +11,6 @@
 namespace kor
 {
 
-namespace
-{
-struct CGiveBack
-{
-    void operator()(CFftObject* object) const noexcept { CFftPool::instance().give(object); }
-};
-}
-
 // One level: a stretch of the response in segments of one block each. The transform is twice the block, since the
 // cyclic convolution of two blocks of input with a segment padded by zeros is right in its first half.
 struct CPartitionedConvolver::CLevel
@@ -27,7 +19,7 @@ struct CPartitionedConvolver::CLevel
     void warmStart(double value) noexcept;
     void finishBlock() noexcept;
 
-    std::unique_ptr<CFftObject, CGiveBack> fft;
+    CFftHandle fft;
     std::size_t block = 0, segments = 0;
     std::size_t position = 0;              // within the block, of the next sample
     std::size_t head = 0;                  // slot of the queue that leaves next
