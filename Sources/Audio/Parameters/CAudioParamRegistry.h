@@ -190,7 +190,8 @@ private:
     void setPresetName(const CStringBuf& fullName, int group, CAudioParamUndoContext* context,
                        const CAudioParamRegistryListener* sender);
     void showName(const CStringBuf& fullName, int group, CAudioParamUndoContext* context);
-    void takeShownName(const CStringBuf& title);
+    void resetShownName(CAudioParamUndoContext* context);
+    void takeShownName();                           // of the master
     void tellListeners(const CAudioParamRegistryListener* sender);
 
     CStringBuf idText;

@@ -34,9 +34,8 @@ CAudioParamRegistryNameBridge::~CAudioParamRegistryNameBridge()
 
 void CAudioParamRegistryNameBridge::onParamChange(const CAudioParamRequest&, CAudioParamUndoContext* undo)
 {
-    if (ownChanges == 0 && undo == nullptr)
-        CAudioParamChangeScope::defer([owner = &registry, text = nameParam.getText(0, 0)]
-                                      { owner->takeShownName(text); });
+    if (ownChanges == 0 && (undo == nullptr || undo->isReplay()))
+        CAudioParamChangeScope::defer([owner = &registry] { owner->takeShownName(); });
 }
 
 }

@@ -2,7 +2,6 @@
 // What a registry does with one preset: capture the parameters into it, apply it to them, select it by a parameter.
 #include "Audio/Parameters/CAudioParamDef.h"
 #include "Audio/Parameters/CAudioParamRegistry.h"
-#include "Audio/Parameters/CAudioParamRegistryNameBridge.h"
 #include "Core/CLog.h"
 #include "Core/CMemoryReader.h"
 #include "Core/CWriteSeqBuffer.h"
@@ -129,7 +128,8 @@ CError CAudioParamRegistry::applySteps(const CAudioPreset& preset, CAudioPresetS
                 !isHeld(*param))
                 steps.push_back({param, nullptr});
     }
-    std::ranges::stable_partition(steps, [](const CStep& step) { return !step.param->info().paramRegistry.isEmpty(); });
+    std::stable_partition(steps.begin(), steps.end(),
+                          [](const CStep& step) { return !step.param->info().paramRegistry.isEmpty(); });
 
     for (const CStep& step : steps)
     {
@@ -244,11 +244,9 @@ void CAudioParamRegistry::activateDefaultPreset()
     std::unique_ptr<CAudioParamUndoRecord> record = openRecord("Master reset");
     if (CError error = apply({}, CAudioPresetScope::storable, {}, record.get()))
         CLog::writeError(std::move(error));
-    if (nameParam != nullptr)
-    {
-        const CAudioParamRegistryNameBridge::COwnChange own;
-        nameParam->reset(allGroups, everyIndex, record.get());
-    }
+    resetShownName(record.get());
+    if (master != nullptr && nameParam != nullptr)
+        takeShownName();
     closeRecord(std::move(record));
 }
 

@@ -103,10 +103,11 @@ void CAudioParamRegistry::setPresetName(const CStringBuf& fullName, int group, C
     tellListeners(sender);
 }
 
-void CAudioParamRegistry::takeShownName(const CStringBuf& title)
+// What is shown by now: meanwhile another program may have come, which this must not rename.
+void CAudioParamRegistry::takeShownName()
 {
     const CRun run(*this);
-    master->program().setName(idText + ":" + title);
+    master->program().setName(idText + ":" + nameParam->getText(0, 0));
     tellListeners(nullptr);
 }
 

@@ -4,7 +4,6 @@
 #include "Audio/Parameters/CAudioParamCollector.h"
 
 #include <algorithm>
-#include <ranges>
 
 namespace kor
 {
@@ -72,10 +71,9 @@ bool CAudioParamUndoRecord::CGroup::hasLayoutOf(const CAudioParamRequest& reques
 CAudioParamUndoRecord::CGroup* CAudioParamUndoRecord::findGroup(CGroups& groups, int group,
                                                                 const CAudioParamRequest& request) noexcept
 {
-    for (CGroup& known : std::views::reverse(groups))
-        if (known.group == group && known.hasLayoutOf(request))
-            return &known;
-    return nullptr;
+    const auto known = std::find_if(groups.rbegin(), groups.rend(), [&](const CGroup& each)
+                                    { return each.group == group && each.hasLayoutOf(request); });
+    return known != groups.rend() ? &*known : nullptr;
 }
 
 void CAudioParamUndoRecord::recordOld(CAudioParam& param, const CAudioParamRequest& request)
@@ -161,8 +159,8 @@ void CAudioParamUndoRecord::replay(CAudioParamCollector& collector, CDirection d
             for (const CGroup& group : groups)
                 put(param, group, group.after, context);
         else
-            for (const CGroup& group : std::views::reverse(groups))
-                put(param, group, group.before, context);
+            for (auto group = groups.rbegin(); group != groups.rend(); ++group)
+                put(param, *group, group->before, context);
     }
 }
 

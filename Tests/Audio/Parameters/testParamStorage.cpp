@@ -10,6 +10,7 @@
 #include <rapidcheck/gtest.h>
 
 #include <numeric>
+#include <sys/resource.h>
 
 namespace kor::test
 {
@@ -255,6 +256,8 @@ TEST(ParamStorage, HostileBlocksFailAndChangeNothing)
     };
     CAudioParamStorage names = storageOf(textInfo(), 2);
     putText(names, 0, 0, {"kept"});
+    rusage before = {};
+    getrusage(RUSAGE_SELF, &before);
     for (const Case& c : cases)
     {
         CByteArray bytes;
@@ -264,6 +267,9 @@ TEST(ParamStorage, HostileBlocksFailAndChangeNothing)
         EXPECT_EQ(contents(names), "kept;");
         EXPECT_EQ(names.data().itemCount(), 3);
     }
+    rusage after = {};
+    getrusage(RUSAGE_SELF, &after);
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 64 * 1024) << "a count was believed before its bytes were there";
 }
 
 TEST(ParamStorage, LoadsWhatItCanPlaceAndDropsTheRest)

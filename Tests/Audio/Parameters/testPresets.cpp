@@ -215,6 +215,11 @@ TEST(Presets, BrokenBodiesFailAndChangeNothing)
         ASSERT_TRUE(succeeded(loaded(bank, str("B") + u32(1) + smallPreset)));
         EXPECT_EQ(loaded(bank, str("new") + u32(0xFFFFFFFF) + c.body).message(), c.message) << c.what;
         EXPECT_EQ(saved(bank), str("B") + u32(1) + smallPreset) << c.what;
+        CArray<CAudioPresetBank> list = {bank};
+        CMemoryIn in(bytesOf(u32(0xFFFFFFFF) + str("new") + u32(0xFFFFFFFF) + c.body));
+        EXPECT_EQ(CAudioPresetBank::loadList(in, list).message(), c.message) << c.what;
+        ASSERT_EQ(list.size(), 1u) << c.what;
+        EXPECT_EQ(saved(list[0]), saved(bank)) << c.what;
     }
     EXPECT_LT(peakMegabytes() - before, 64) << "a count was believed before its bytes were there";
 }

@@ -460,6 +460,24 @@ TEST_F(RegistryProgramsTest, NamesReachProgramAndListeners)
     EXPECT_EQ(reg().getProgramName(2).toUtf8(), "");
 }
 
+TEST_F(RegistryProgramsTest, NamesComeBackWithTheirSteps)
+{
+    start();
+    reg().renamePreset(0, "Warm");
+    reg().activateFactoryPreset(1);
+    reg().activateDefaultPreset();
+    EXPECT_EQ(undo->steps(), "Program name change,ROM preset activate,Master reset@3");
+    const char* const titles[] = {"First", "Warm", "Second", "Default"};
+    for (const int position : {3, 2, 1, 0, 3, 1})
+    {
+        undo->setPosition(position);
+        EXPECT_EQ(shown(), titles[position]) << position;
+        EXPECT_EQ(reg().getProgramName(0).toUtf8(), "mast:" + std::string(titles[position])) << position;
+    }
+    reg().setCurrentProgram(1);
+    EXPECT_EQ(reg().getProgramName(0).toUtf8(), "mast:Warm");
+}
+
 TEST_F(RegistryProgramsTest, TheUsersDefaultsLastOverARestart)
 {
     CByteArray bytes = bytesOf(preset("mast:Mine", {{"a", block({{5}, {6}})}, {"size", block({{7}})}}));
