@@ -184,7 +184,7 @@ CError CAudioParamRegistry::onStoreWritten(const CStringBuf& storeName)
 std::optional<CAudioPreset> CAudioParamRegistry::readDefaultPreset() const
 {
     CByteArray bytes;
-    CLocalData::instance().read(defaultPresetName, bytes, CAudioPreset::fileId);
+    CLocalData::instance().read(defaultPresetName, bytes, CAudioPreset::format());
     if (bytes.empty())
         return {};
     CMemoryReader reader(bytes);
