@@ -28,14 +28,16 @@ class FactoryPrograms : public HostTest
 protected:
     void SetUp() override { ASSERT_FALSE(bank.loadFile(MORVA_FACTORY_BANK)); }
 
-    const CAudioPreset& program(const std::string& title) const
+    std::size_t indexOf(const std::string& title) const
     {
         for (std::size_t i = 0; i < bank.size(); ++i)
             if (bank.preset(i).name().toUtf8() == "q7ne:" + title)
-                return bank.preset(i);
+                return i;
         ADD_FAILURE() << "no program " << title;
-        return bank.preset(0);
+        return 0;
     }
+
+    const CAudioPreset& program(const std::string& title) const { return bank.preset(indexOf(title)); }
 
     json values(const std::string& title, const std::string& key) const
     {
@@ -49,21 +51,9 @@ protected:
         std::string list;
         for (const double hz : at)
             list += (list.empty() ? "" : ",") + plain(hz);
-        const int count = values(title, "band-count")[static_cast<std::size_t>(group)][0];
-        std::vector<std::string> words = {"curve", "--json", "--group", std::to_string(group), "--rate", plain(rate),
-                                          "--at", list, "--set", "modMorvaEQ.eq-params.band-count[" +
-                                          std::to_string(group) + ",0]=" + std::to_string(count)};
-        for (const char* key : {"mode", "freq", "bw", "gain"})
-        {
-            const json stored = values(title, key)[static_cast<std::size_t>(group)];
-            for (int e = 0; e < count; ++e)
-            {
-                const double value = stored[static_cast<std::size_t>(e)];
-                const double shown = key == std::string("gain") ? 20.0 * std::log10(value) : value;
-                words = joined({words, band(key, e, plain(shown), group)});
-            }
-        }
-        const CRun run = runHost(words);
+        const CRun run = runHost({"curve", "--json", "--state", MORVA_FACTORY_BANK, "--bank-program",
+                                  std::to_string(indexOf(title)), "--group", std::to_string(group), "--rate",
+                                  plain(rate), "--at", list});
         EXPECT_EQ(run.code, 0) << run.err;
         if (run.code != 0)
             return std::vector<double>(at.size(), NAN);
