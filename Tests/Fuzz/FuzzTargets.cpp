@@ -21,6 +21,7 @@ std::span<const CFuzzTarget> fuzzTargets()
         {"Bank", fuzzBank, bankSeeds},
         {"List", fuzzList, listSeeds},
         {"PresetText", fuzzPresetText, presetTextSeeds},
+        {"State", fuzzState, stateSeeds},
     };
     return targets;
 }

@@ -19,6 +19,7 @@ int fuzzPreset(const unsigned char* data, std::size_t size);        // the body 
 int fuzzBank(const unsigned char* data, std::size_t size);
 int fuzzList(const unsigned char* data, std::size_t size);          // of banks
 int fuzzPresetText(const unsigned char* data, std::size_t size);    // presets as text
+int fuzzState(const unsigned char* data, std::size_t size);         // a master preset, on a running equalizer
 
 struct CFuzzTarget
 {
@@ -35,6 +36,7 @@ std::vector<std::string> presetSeeds();
 std::vector<std::string> bankSeeds();
 std::vector<std::string> listSeeds();
 std::vector<std::string> presetTextSeeds();
+std::vector<std::string> stateSeeds();
 
 /// Starts the application, which several targets need, once.
 void startForFuzzing();

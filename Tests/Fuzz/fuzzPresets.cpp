@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Presets, banks and lists of banks: their bodies and their text.
+#include "Audio/Parameters/CAudioParamInfo.h"
+#include "Audio/Parameters/CAudioParamStorage.h"
 #include "Core/CMemoryReader.h"
 #include "Core/CWriteSeqBuffer.h"
 #include "Fuzz/FuzzTargets.h"
@@ -67,11 +69,49 @@ std::vector<CAudioPresetBank> contentBanks()
     for (const std::string& text : contentTexts())
     {
         CPresetFile file;
-        if (const CError failure = CPresetTextReader("seed", text).read(file))
-            continue;
+        require(!CPresetTextReader("seed", text).read(file), "the product's own texts can be read");
         banks.insert(banks.end(), file.banks.begin(), file.banks.end());
     }
+    require(banks.size() == 6, "the factory bank, the four lists and a preset alone are there");
     return banks;
+}
+
+// A block as a parameter of its own type and element size takes it: eight groups, the range of nobody.
+void checkBlock(const CByteArray& block)
+{
+    CMemoryReader in(block);
+    CStringBuf path;
+    std::uint32_t version = 0;
+    std::uint32_t elementSize = 0;
+    std::uint32_t type = 0;
+    if (in.readString(path) || in.readU32(version) || in.readU32(elementSize) || in.readU32(type) || type > 2 ||
+        elementSize == 0 || elementSize > 16)
+        return;
+    CAudioParamInfo info;
+    info.type = static_cast<CAudioParamType>(type);
+    info.elementSize = static_cast<int>(elementSize);
+    const auto emptyStorage = [&info]
+    {
+        CAudioParamStorage storage;
+        storage.clear(info);
+        storage.setGroupCount(8);
+        return storage;
+    };
+    std::string written;
+    CMemoryReader first(block);
+    CAudioParamStorage storage = emptyStorage();
+    require(!first.readString(path), "the path is there");
+    if (storage.load(first))
+    {
+        for (int g = 0; g < 8; ++g)
+            require(storage.elementCount(g) == 0, "a failure leaves the values alone");
+        return;
+    }
+    written = saved([&](COutputStream& out) { return storage.save(out, -1); });
+    CMemoryReader second(reinterpret_cast<const unsigned char*>(written.data()), written.size());
+    CAudioParamStorage back = emptyStorage();
+    require(!back.load(second), "stored values can be read");
+    require(saved([&](COutputStream& out) { return back.save(out, -1); }) == written, "values come back the same");
 }
 
 }
@@ -83,6 +123,8 @@ int fuzzPreset(const unsigned char* data, std::size_t size)
         CAudioPreset preset;
         if (preset.load(stream))
             return false;
+        for (const auto& [key, block] : preset.entries())
+            checkBlock(block);
         written = saved([&](COutputStream& out) { return preset.save(out); });
         return true;
     });

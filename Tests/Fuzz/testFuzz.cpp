@@ -11,6 +11,15 @@ namespace kor::test
 namespace
 {
 
+// The sanitizers are what sees most faults, so they get the time.
+#ifdef KOR_SANITIZE
+constexpr double usualSeconds = 10.0;
+constexpr double longSeconds = 120.0;
+#else
+constexpr double usualSeconds = 1.0;
+constexpr double longSeconds = 10.0;
+#endif
+
 long peakKilobytes()
 {
     rusage usage;
@@ -33,7 +42,7 @@ TEST_P(Fuzz, SurvivesChangedContent)
     std::printf("seed %u\n", seed);                 // a crash shows no trace
     CFuzzRun run(GetParam(), seed);
     const long before = peakKilobytes();
-    const CFuzzRun::CResult result = run.run(isLong ? 10.0 : 1.0);
+    const CFuzzRun::CResult result = run.run(isLong ? longSeconds : usualSeconds);
     EXPECT_LT(result.slowestSeconds, 5.0);
     // The damage must not be so coarse that nothing gets past the first checks.
     EXPECT_GT(result.accepted, result.runs / 200) << result.runs;

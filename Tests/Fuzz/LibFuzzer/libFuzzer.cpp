@@ -28,7 +28,11 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
         return 0;
     int number = 0;
     for (const std::string& seed : target().seeds())
+    {
+        const auto* const bytes = reinterpret_cast<const unsigned char*>(seed.data());
+        kor::test::require(target().run(bytes, seed.size()) == 1, "seeds are valid");
         std::ofstream(std::string((*argv)[2]) + "/seed" + std::to_string(number++), std::ios::binary) << seed;
+    }
     std::exit(0);
 }
 
