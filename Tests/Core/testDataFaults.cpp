@@ -13,7 +13,9 @@
 #include <fstream>
 #include <functional>
 #include <random>
+#include <sched.h>
 #include <set>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -99,6 +101,38 @@ protected:
     Store store{"Maker/", "Faults_"};
 };
 
+// A small file system of its own over a folder, where this process may mount one; it goes with the object.
+class CSmallDisk
+{
+public:
+    explicit CSmallDisk(const std::string& folder) : place(folder)
+    {
+        isThere = ::unshare(CLONE_NEWNS) == 0 && ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                  ::mount("none", place.c_str(), "tmpfs", 0, "size=512k") == 0;
+    }
+    ~CSmallDisk()
+    {
+        if (isThere)
+            ::umount(place.c_str());
+    }
+    CSmallDisk(const CSmallDisk&) = delete;
+    CSmallDisk& operator=(const CSmallDisk&) = delete;
+
+    void fill() const
+    {
+        std::ofstream filler(place + "filler");
+        const std::string page(4096, '#');
+        while (filler.write(page.data(), static_cast<std::streamsize>(page.size())).flush())
+            ;
+    }
+    void makeRoom() const { std::filesystem::remove(place + "filler"); }
+
+    bool isThere;
+
+private:
+    std::string place;
+};
+
 class COwner
 {
 public:
@@ -177,9 +211,10 @@ TEST_F(DataFaults, FaultOfTheDiskIsOneLineAndPasses)
         ::chmod(directory().c_str(), nobody ? 0555 : 0755);
         return ::getuid() == 0 ? ::seteuid(nobody ? 65534 : 0) : 0;   // nothing is closed to the superuser
     };
+    const CSmallDisk disk(folders.user());
     std::string lastWritten;
-    const CFault faults[] = {
-        {"full disk", [&] { limitFiles(5000); }, [&] { limitFiles(files.rlim_cur); }},
+    std::vector<CFault> faults = {
+        {"file that grows too large", [&] { limitFiles(5000); }, [&] { limitFiles(files.rlim_cur); }},
         {"directory that must not be written", [&] { ASSERT_EQ(becomeNobody(true), 0); },
          [&] { ASSERT_EQ(becomeNobody(false), 0); }},
         {"directory in place of the file", [&]
@@ -188,6 +223,8 @@ TEST_F(DataFaults, FaultOfTheDiskIsOneLineAndPasses)
              std::filesystem::create_directories(path() + "/inner");
          }, [&] { std::filesystem::remove_all(path()); write(store, lastWritten); }},
     };
+    if (disk.isThere)
+        faults.push_back({"full disk", [&] { disk.fill(); }, [&] { disk.makeRoom(); }});
     ::signal(SIGXFSZ, SIG_IGN);
     unsigned version = 0;
     write(store, lastWritten = versionText(version));
