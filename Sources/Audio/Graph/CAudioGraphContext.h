@@ -16,6 +16,7 @@ class CAudioParam;
 class CAudioParamCollector;
 class CAudioParamDef;
 class CAudioProcessDefBase;
+class CAudioVizCollector;
 
 // What all nodes of one instance share: parameters, environment, sample buffers, and the one table that says which
 // parameter a name of the definitions really means. Must outlive the nodes.
@@ -32,6 +33,22 @@ public:
     CAudioBufferPool pool;
     CAudioGraphFilters paramFilters;
     CAudioScratch scratch;
+
+    /// Where nodes post what they measure for the display; null when nobody takes it. Set before the nodes are made.
+    CAudioVizCollector* viz = nullptr;
+
+    // A window that opens or closes may bring in or take out a node in every band of every group. So that this never
+    // makes a block late, each slice has room for a few, and the others wait for the next ones.
+
+    /// A slice begins. Audio thread.
+    void beginSlice() noexcept { vizChangesLeft = vizChangesPerSlice; }
+
+    /// Whether one more node that serves the display only may come or go in this slice; the second uses the place up.
+    /// Audio thread.
+    bool canAdmitVizChange() const noexcept { return vizChangesLeft > 0; }
+    bool admitVizChange() noexcept { return --vizChangesLeft >= 0; }
+
+    static constexpr int vizChangesPerSlice = 8;
 
     /// Enters the remaps of a definition and everything below it as if its node had this full name, nodes that are not
     /// made yet included, then registers the global parameters of them all.
@@ -62,6 +79,7 @@ private:
     CMap<CStringBuf, const CAudioParamDef*> localParams; // definitions that are not global, by full name
     CLock errorLock;
     CArray<CError> errors;
+    int vizChangesLeft = vizChangesPerSlice;
 };
 
 }

@@ -127,6 +127,7 @@ void CAudioGraphHost::CImplementation::runSlice(const double* const* in, double*
 {
     const CDenormalGuard denormalsAreZero;
     context.collector.flush();
+    context.beginSlice();
 
     // Copied before anything is written, so that outputs may be the same memory as inputs.
     for (std::size_t c = 0; c < input.channels().size(); ++c)

@@ -49,6 +49,23 @@ double CAudioModule::paramValue(const CAudioParamStorage* slot, double fallback)
     return slot != nullptr ? slot->getValue(group, element) : fallback;
 }
 
+bool CAudioModule::hasArrived(int slot) const
+{
+    const CAudioParamSlot* found = owner->findSlot(slot);
+    const std::uint32_t ownGroup = 1u << (static_cast<unsigned>(group) & 31u);
+    return found != nullptr && (found->changeMask & (found->useAllGroups() ? ~0u : ownGroup)) != 0;
+}
+
+const CStringBuf& CAudioModule::nodeName() const
+{
+    return owner->name();
+}
+
+CAudioGraphContext& CAudioModule::context() const
+{
+    return owner->context();
+}
+
 bool CAudioModule::isPortConnected(int port) const
 {
     const std::size_t index = static_cast<std::size_t>(port);

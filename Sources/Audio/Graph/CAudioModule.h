@@ -2,12 +2,14 @@
 #pragma once
 
 #include "Core/CError.h"
+#include "Core/CStringBuf.h"
 
 #include <span>
 
 namespace kor
 {
 
+class CAudioGraphContext;
 class CAudioParamStorage;
 class CAudioProcessDefBase;
 class CAudioProcessTerminalBase;
@@ -85,8 +87,16 @@ protected:
     /// Value of a slot at this module's group and element; `fallback` for a null slot.
     double paramValue(const CAudioParamStorage* slot, double fallback = 0.0) const;
 
+    /// In update(): a change of this slot for the module's group has come since the last one, equal to the old value or
+    /// not.
+    bool hasArrived(int slot) const;
+
     /// True when a link leads to an input port of the node. Its state in update() stays until the next one.
     bool isPortConnected(int port) const;
+
+    /// The full name of the node that the module belongs to, and what the node shares with all others.
+    const CStringBuf& nodeName() const;
+    CAudioGraphContext& context() const;
 
     /// The definition of the node that the module belongs to.
     const CAudioProcessDefBase& definition() const;

@@ -31,7 +31,7 @@ CError CAudioProcess::init()
     {
         CAudioParamSlot& param = bindParam(state->param());
         CAudioParamSlot* andParam = state->andParam().isEmpty() ? nullptr : &bindParam(state->andParam());
-        states.push_back({state, &param, andParam});
+        states.push_back({state, &param, andParam, state->isForViz()});
     }
     return {};
 }
@@ -71,15 +71,29 @@ CAudioProcessBase* CAudioProcess::findChild(const CStringBuf& childName) const
 bool CAudioProcess::evaluateStates()
 {
     bool hasChanged = false;
+    isVizWaiting = false;
     for (CBypassState& state : states)
     {
         const double value = state.param->values.getValue(group(), 0);
         const double second = state.andParam != nullptr ? state.andParam->values.getValue(group(), 0) : 0.0;
         const bool isTrue = state.definition->evaluate(value, second);
-        hasChanged |= isTrue != state.isTrue;
+        if (isTrue == state.isTrue)
+            continue;
+        if (state.definition->isForViz() && !context().admitVizChange())
+        {
+            isVizWaiting = true;
+            continue;
+        }
+        hasChanged = true;
         state.isTrue = isTrue;
     }
     return hasChanged;
+}
+
+// What waits for a slice with room leaves all others on the steady path.
+bool CAudioProcess::needsUpdate() const
+{
+    return isLingering || (isVizWaiting && context().canAdmitVizChange());
 }
 
 void CAudioProcess::update()
@@ -267,9 +281,10 @@ bool CAudioProcess::checkSteady()
         if (!node->isSteady())
             return false;
     }
-    if (wiring.outputInputs().empty())
+    const bool isTransparent = wiring.outputInputs().empty();
+    if (isTransparent && runList.empty())
         return true;
-    return end->isSettled() && (steadyPlan.isValid() || planSteadyPath());
+    return (isTransparent || end->isSettled()) && (steadyPlan.isValid() || planSteadyPath());
 }
 
 // Every link leads from one node's output 0 to another's port, with the same channels everywhere.
@@ -312,9 +327,13 @@ bool CAudioProcess::planSteadyPath()
                 return false;
         }
     }
-    if (!addPort(end->port(0)))
-        return false;
-    const CSource result = planSources.back();
+    CSource result{CSource::containerInput}; // of a container whose nodes only listen
+    if (!wiring.outputInputs().empty())
+    {
+        if (!addPort(end->port(0)))
+            return false;
+        result = planSources.back();
+    }
     steadyPlan.build(context(), runList, planPorts, planSources, result, channels.size());
     return true;
 }

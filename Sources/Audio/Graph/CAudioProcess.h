@@ -36,7 +36,7 @@ public:
 
 protected:
     void describeOutputs() override;
-    bool needsUpdate() const override { return isLingering; }
+    bool needsUpdate() const override;
     bool checkSteady() override;
 
 private:
@@ -69,6 +69,7 @@ private:
     CArray<std::size_t> planPorts; // scratch of planSteadyPath, kept for their storage
     CArray<CAudioSteadyPlan::CSource> planSources;
     bool isDirty = true;
+    bool isVizWaiting = false; // a state for the display has changed that no slice had room for yet
     bool isLingering = false; // some node stays in the chain although it is bypassed
     int rebuilds = 0;
 };

@@ -98,12 +98,18 @@ void CAudioProcessBase::bindAllocs()
         slot->param = resolved == fullName && defined != own.end()
                           ? &graph->collector.defineParam(fullName, *defined->definition)
                           : &graph->paramOf(resolved);
-        const bool takesAllGroups = alloc->useAllGroups() || !isGroupInstance;
-        slot->boundGroup = takesAllGroups ? everyIndex : groupIndex;
+        slot->boundGroup = alloc->useAllGroups() ? everyIndex : groupToFollow(*slot->param);
         slot->param->addListener(*this, slot->values, slot->boundGroup,
                                  alloc->useAllElements() ? everyIndex : elementIndex);
         paramSlots.push_back(std::move(slot));
     }
+}
+
+// What has one value for all groups, or may turn out to when somebody defines it, concerns the instances of all groups.
+int CAudioProcessBase::groupToFollow(const CAudioParam& param) const
+{
+    const bool isOfItsGroup = isGroupInstance && param.hasInfo() && !param.info().isSingleGroup;
+    return isOfItsGroup ? groupIndex : everyIndex;
 }
 
 CAudioParamSlot& CAudioProcessBase::bindParam(const CStringBuf& relativeName)
@@ -111,7 +117,7 @@ CAudioParamSlot& CAudioProcessBase::bindParam(const CStringBuf& relativeName)
     auto slot = std::make_unique<CAudioParamSlot>();
     slot->name = relativeName;
     slot->param = &graph->paramOf(graph->resolve(def->expandName(relativeName, nameText)));
-    slot->boundGroup = isGroupInstance ? groupIndex : everyIndex;
+    slot->boundGroup = groupToFollow(*slot->param);
     slot->param->addListener(*this, slot->values, slot->boundGroup, everyIndex);
     paramSlots.push_back(std::move(slot));
     return *paramSlots.back();

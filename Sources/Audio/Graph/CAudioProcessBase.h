@@ -79,6 +79,9 @@ public:
     /// With one result for all channels: on the steady path the outputs are then one buffer, apart from all inputs.
     virtual bool sharesSteadyOutput() const { return false; }
 
+    /// The node changes nothing: on the steady path its outputs are its inputs of port 0 wherever these stand.
+    virtual bool passesInput() const { return false; }
+
     /// Scratch memory that runSteady takes from the context, in samples.
     virtual std::size_t steadyScratch() const { return 0; }
 
@@ -192,6 +195,7 @@ private:
 
     CError start();
     void bindAllocs();
+    int groupToFollow(const CAudioParam& param) const;
     void takeParamChanges();
     void runTimers();
 

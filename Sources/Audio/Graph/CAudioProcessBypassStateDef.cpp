@@ -95,6 +95,7 @@ CError CAudioProcessBypassStateDef::init()
     andParamName = getAttrString("and-param");
     KOR_TRY(readTest(andTest, "and-value", "and-range"));
     isInverted = getAttrBool("is-inverted");
+    servesViz = name().startsWith("process-bypass-state-viz"); // behind it an index where there are several
     return {};
 }
 

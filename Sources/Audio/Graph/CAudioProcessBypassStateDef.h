@@ -21,6 +21,10 @@ public:
     /// What bypass-state-id refers to.
     int id() const noexcept { return number; }
 
+    /// True for the states of nodes that only measure for the display, which an object's name says:
+    /// "process-bypass-state-viz". They are true while nobody looks.
+    bool isForViz() const noexcept { return servesViz; }
+
     /// Names relative to the container; the second is empty when there is none.
     const CStringBuf& param() const noexcept { return paramName; }
     const CStringBuf& andParam() const noexcept { return andParamName; }
@@ -53,6 +57,7 @@ private:
     CTest test;
     CTest andTest;
     bool isInverted = false;
+    bool servesViz = false;
 };
 
 }

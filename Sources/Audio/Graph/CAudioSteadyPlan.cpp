@@ -46,9 +46,16 @@ void CAudioSteadyPlan::build(CAudioGraphContext& graphContext, std::span<CAudioP
             for (std::size_t p = 0; p < step.portCount; ++p)
                 inputRegisters.push_back(registerOf(sources[port + p], c));
         }
+        const bool isPassing = nodes[n]->passesInput() && sources[port].node != CSource::none;
         for (std::size_t c = 0; c < channels; ++c)
-            outputRegisters.push_back(isShared ? registers : registers + static_cast<int>(c));
-        registers += isShared ? 1 : static_cast<int>(channels);
+        {
+            if (isPassing)
+                outputRegisters.push_back(registerOf(sources[port], c));
+            else
+                outputRegisters.push_back(isShared ? registers : registers + static_cast<int>(c));
+        }
+        if (!isPassing)
+            registers += isShared ? 1 : static_cast<int>(channels);
 
         isRow = isRow && !isShared && step.portCount == 1 && sources[port].node == static_cast<int>(n) - 1;
         port += step.portCount;
