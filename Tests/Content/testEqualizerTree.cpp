@@ -126,7 +126,10 @@ CAttrs attrsOf(const CObject& object)
     return attrs;
 }
 
-/// The lines of everything below an object. The names of slots, remaps, links and states mean nothing.
+/// The one name of a bypass state that means something.
+const std::string vizState = "process-bypass-state-viz";
+
+/// The lines of everything below an object. The names of slots, remaps, links and other states mean nothing.
 void addLinesBelow(CLineSet& lines, const CObject& object, const std::string& place)
 {
     static const std::set<std::string> elsewhere = {"paramcvt", "flt", "fltarray", "morvafilters"};
@@ -145,7 +148,10 @@ void addLinesBelow(CLineSet& lines, const CObject& object, const std::string& pl
             continue;
         }
         const std::string childPlace = place.empty() ? name : place + "." + name;
-        lines.insert(lineOf(nameless.contains(type) ? place : childPlace, type, attrsOf(*child)));
+        CAttrs attrs = attrsOf(*child);
+        if (name.starts_with(vizState)) // with an index behind it where there are several
+            attrs["name"] = vizState;
+        lines.insert(lineOf(nameless.contains(type) ? place : childPlace, type, attrs));
         addLinesBelow(lines, *child, childPlace);
     }
 }

@@ -12,12 +12,14 @@
 #include "Audio/Processes/CModLatencyUniformerDef.h"
 #include "Audio/Processes/CModLevelerDef.h"
 #include "Audio/Processes/CModMetaTubeDef.h"
+#include "Audio/Processes/CModMeterDef.h"
 #include "Audio/Processes/CModMorvaEnvEQDef.h"
 #include "Audio/Processes/CModMSCoderDef.h"
 #include "Audio/Processes/CModProcessSwitchDef.h"
 #include "Audio/Processes/CModResamplerDef.h"
 #include "Audio/Processes/CModRouterDef.h"
 #include "Audio/Processes/CModSignalMixDef.h"
+#include "Audio/Processes/CModSpectrumDef.h"
 
 namespace kor
 {
@@ -32,6 +34,8 @@ std::span<const CCreatorRow> processCreators()
         creatorRow<CModMorvaEnvEQDef>("audio:modMorvaEnvEQ"),
         creatorRow<CModSignalMixDef>("audio:modSignalMix"),
         creatorRow<CModMetaTubeDef>("audio:modMetaTube"),
+        creatorRow<CModMeterDef>("audio:modMeter"),
+        creatorRow<CModSpectrumDef>("audio:modSpectrum"),
         creatorRow<CModBypassDef>("audio:modBypass"),
         creatorRow<CModGainDef>("audio:modGain"),
         creatorRow<CModDenormNoiseDef>("audio:modDenormNoise"),

@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Audio/Processes/CModSpectrum.h"
+
+namespace kor
+{
+
+void CModSpectrum::listen(const CStretch& stretch)
+{
+    for (std::size_t c = 0; c < stretch.modules.size(); ++c)
+        static_cast<CModSpectrumModule&>(*stretch.modules[c]).listen(stretch.inputs[c * stretch.portCount], stretch.count);
+}
+
+}
