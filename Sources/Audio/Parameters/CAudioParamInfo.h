@@ -70,7 +70,7 @@ public:
     CError parseStateNames(const CStringBuf& text);
 
     /// Stored form, version 1: layout, flags, names, range, defaults. `load` finds the converters through `context`;
-    /// on failure this info is untouched.
+    /// on failure this info is untouched. An empty info stays one.
     CError save(COutputStream& stream) const;
     CError load(CInputStream& stream, CObject& context);
 

@@ -135,9 +135,18 @@ CError CAudioParamInfo::load(CInputStream& stream, CObject& context)
         if (!(loaded.minValues[i] < loaded.maxValues[i] || loaded.minValues[i] > loaded.maxValues[i]))
             return KOR_FAIL("Zero default min-max values difference detected in element %1.", i);
     }
-    KOR_TRY(loaded.parseConverterNames(context));
     CStringBuf states;
     KOR_TRY(stream.readString(states));
+    if (loaded.converterNames[0].isEmpty())         // of a parameter that has no definition yet
+    {
+        std::uint32_t lists = 0;
+        KOR_TRY(stream.readU32(lists));
+        if (lists != 0)
+            return KOR_FAIL("Audio parameter converter '%1' not found.", loaded.converterNames[0]);
+        *this = {};
+        return {};
+    }
+    KOR_TRY(loaded.parseConverterNames(context));
     KOR_TRY(loaded.parseStateNames(states));
     KOR_TRY(loadDefaults(loaded, stream));
     *this = std::move(loaded);

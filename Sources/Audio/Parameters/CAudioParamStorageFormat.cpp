@@ -3,11 +3,9 @@
 // host: counts are believed only as far as bytes arrive, and nothing of the storage changes before all is read.
 #include "Audio/Parameters/CAudioParamStorage.h"
 
-#include "Audio/Parameters/CAudioParamDataItemRaw.h"
-#include "Audio/Parameters/CAudioParamDataItemString.h"
+#include "Audio/Parameters/CAudioParamDataFormat.h"
 
 #include <algorithm>
-#include <memory>
 
 namespace kor
 {
@@ -17,34 +15,7 @@ namespace
 
 constexpr std::uint32_t version = 1;
 
-using CIdMap = CMap<std::uint32_t, int>;            // id within the block -> id in the table being read
-
-CError readItems(CInputStream& stream, CAudioParamData& table, CIdMap& ids)
-{
-    std::uint32_t count = 0;
-    KOR_TRY(stream.readU32(count));
-    for (std::uint32_t i = 0; i < count; ++i)
-    {
-        std::uint32_t id = 0;
-        std::uint32_t typeCode = 0;
-        KOR_TRY(stream.readU32(id));
-        KOR_TRY(stream.readU32(typeCode));
-        std::unique_ptr<CAudioParamDataItem> item;
-        if (typeCode == static_cast<std::uint32_t>(CAudioParamType::string))
-            item = std::make_unique<CAudioParamDataItemString>();
-        else if (typeCode == static_cast<std::uint32_t>(CAudioParamType::raw))
-            item = std::make_unique<CAudioParamDataItemRaw>();
-        else
-            return KOR_FAIL("Unknown data type %1 encountered", typeCode);
-        KOR_TRY(item->load(stream));
-        int& known = ids[id];
-        table.release(known);                       // of a repeated id the last one wins
-        known = table.add(item.release());
-    }
-    return {};
-}
-
-CError readElement(CInputStream& stream, double& value, bool isItem, const CIdMap& ids)
+CError readElement(CInputStream& stream, double& value, bool isItem, const CAudioParamDataIds& ids)
 {
     if (!isItem)
         return stream.readDouble(value);
@@ -127,9 +98,9 @@ CError CAudioParamStorage::load(CInputStream& stream)
 
     const bool isItem = valueType != CAudioParamType::real;
     CAudioParamData table;
-    CIdMap ids;
+    CAudioParamDataIds ids;
     if (isItem)
-        KOR_TRY(readItems(stream, table, ids));
+        KOR_TRY(readDataItems(stream, table, ids));
     CArray<CArray<double>> lists(static_cast<std::size_t>(groups));
     for (std::uint32_t g = 0; g < groupsThere; ++g)
     {

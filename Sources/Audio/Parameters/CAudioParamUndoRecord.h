@@ -18,6 +18,7 @@ public:
     CAudioParamUndoRecord(const CStringBuf& label, bool isMergeable, int mergeKey);
 
     const CStringBuf& label() const noexcept { return title; }
+    void setLabel(const CStringBuf& label) { title = label; }
 
     /// Changes of different extent, over all parameters. One extent counts once, however often it changed.
     int changeCount() const noexcept;

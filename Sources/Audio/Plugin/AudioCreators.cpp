@@ -5,9 +5,9 @@
 #include "Audio/Graph/GraphCreators.h"
 #include "Audio/Parameters/CAudioPresetNameList.h"
 #include "Audio/Parameters/ParameterCreators.h"
-#include "Audio/Plugin/CAudioInterfaceBase.h"
 #include "Audio/Processes/ProcessCreators.h"
 #include "Core/CoreCreators.h"
+#include "Other/Interface/InterfaceCreators.h"
 
 #include <vector>
 
@@ -20,9 +20,9 @@ std::span<const CCreatorRow> allCreators()
     static const std::vector<CCreatorRow>& rows = *[]
     {
         setAudioParamNameListFinder(&CAudioPresetNameList::find);   // ahead of every tree that these types make
-        auto* all = new std::vector<CCreatorRow>{creatorRow<CAudioInterfaceBase>("audio:interface-base")};
+        auto* all = new std::vector<CCreatorRow>;
         for (const std::span<const CCreatorRow> room :
-             {coreCreators(), parameterCreators(), filterCreators(), graphCreators(), processCreators()})
+             {coreCreators(), parameterCreators(), filterCreators(), graphCreators(), interfaceCreators(), processCreators()})
             all->insert(all->end(), room.begin(), room.end());
         return all;
     }();

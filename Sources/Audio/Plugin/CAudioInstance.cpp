@@ -11,6 +11,7 @@
 #include "Core/CMemoryReader.h"
 #include "Core/CObject.h"
 #include "Core/CWriteSeqBuffer.h"
+#include "Other/Interface/CAudioInterfaceBase.h"
 
 #include <algorithm>
 #include <cmath>
@@ -30,6 +31,8 @@ CAudioInstance::CAudioInstance() = default;
 
 CAudioInstance::~CAudioInstance()
 {
+    if (clients != nullptr)
+        clients->close();                           // nobody changes anything from here on
     graphHost.reset();                              // its nodes look into the tree until they are gone
     if (root != nullptr)
         CApplication::destroyRootObject(root);
@@ -52,6 +55,9 @@ CError CAudioInstance::create()
     KOR_TRY(root->findObjectChecked(env, "plugin.audio-env"));
     KOR_TRY(root->findObjectChecked(params, "plugin.param-collector"));
     KOR_TRY(root->findObjectChecked(master, "plugin.param-registry"));
+    KOR_TRY(root->findObjectChecked(clients, "plugin.interface-base"));
+    clients->setInternalChannelCount(channels);
+    clients->setGroupCount(groups);
     params->setEnvironment(*env);
     params->setGroupCount(groups);
 

@@ -12,6 +12,7 @@ namespace kor
 
 class CAudioEnv;
 class CAudioGraphHost;
+class CAudioInterfaceBase;
 class CAudioParam;
 class CAudioParamCollector;
 class CAudioParamRegistry;
@@ -37,6 +38,10 @@ public:
     CAudioEnv& environment() const noexcept { return *env; }
     CAudioParamCollector& collector() const noexcept { return *params; }
     CAudioGraphHost& graph() const noexcept { return *graphHost; }
+
+    /// What windows and other clients drive the instance by, and the root of the tree that they find it in.
+    CAudioInterfaceBase& interfaceBase() const noexcept { return *clients; }
+    CObject& tree() const noexcept { return *root; }
 
     /// The registry of all that a project keeps; the others by the id of their presets, null for an unknown one.
     CAudioParamRegistry& registry() const noexcept { return *master; }
@@ -70,6 +75,7 @@ private:
     CObject* root = nullptr;
     CAudioEnv* env = nullptr;
     CAudioParamCollector* params = nullptr;
+    CAudioInterfaceBase* clients = nullptr;
     CAudioParamRegistry* master = nullptr;
     CAudioParam* bands = nullptr;
     std::unique_ptr<CAudioGraphHost> graphHost;
