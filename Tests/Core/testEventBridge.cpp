@@ -53,7 +53,7 @@ public:
     CError onRefuse() { return KOR_FAIL("Refused."); }
     CError onEndTree()
     {
-        destroy(parent());
+        destroy(ending != nullptr ? ending : parent());
         return {};
     }
     CError onRunLoop()
@@ -76,6 +76,7 @@ public:
     std::vector<int> senders;
     std::vector<int> loopRuns;              // how many numbers were there when a run of the loop ended
     int rounds = 0;
+    CObject* ending = nullptr;              // what "end-tree" destroys; null for the part it is in
 };
 
 class EventBridge : public testing::Test
@@ -87,7 +88,13 @@ protected:
         for (const CCreatorRow& row : coreCreators())
             addTestType(row);
         tree.emplace();
-        EXPECT_TRUE(succeeded(tree->root().createChild(ui, "ui:ui-event-bridge", "ui", false)));
+        makeReceiver("ui");
+    }
+
+    /// In a part of the tree that has a bridge of its own.
+    void makeReceiver(const char* bridgeName)
+    {
+        EXPECT_TRUE(succeeded(tree->root().createChild(ui, "ui:ui-event-bridge", bridgeName, false)));
         EXPECT_TRUE(succeeded(ui->createChild(receiver, "test:receiver", "r", false)));
     }
 
@@ -195,14 +202,78 @@ TEST_F(EventBridge, OrderHoldsWhenAHandlerRunsTheLoop)
 
 TEST_F(EventBridge, EventMayEndTheTreeThatItCameThrough)
 {
-    const CBridgedHandler handler = receiver->bridgedHandler("take");
-    EXPECT_TRUE(succeeded(receiver->post("end-tree", 0)));
+    for (const bool isBridgeKept : {true, false})
+    {
+        const CBridgedHandler handler = isBridgeKept ? receiver->bridgedHandler("take") : CBridgedHandler();
+        EXPECT_TRUE(succeeded(receiver->post("end-tree", 0)));
+        EXPECT_TRUE(succeeded(receiver->post("take", 1)));
+        loop->dispatch();
+        EXPECT_EQ(tree->find("ui"), nullptr);
+        loop->dispatch();
+        // Who still holds the bridge posts into nothing.
+        std::thread([&] { EXPECT_TRUE(succeeded(handler.post())); }).join();
+        EXPECT_FALSE(isReadable(loop->descriptor()));
+        makeReceiver("ui");
+    }
+}
+
+TEST_F(EventBridge, EventMayEndAnotherTreeWithPostsOfItsOwn)
+{
+    CReceiver& first = *receiver;
+    makeReceiver("ui2");
+    first.ending = ui;
+    EXPECT_TRUE(succeeded(first.post("end-tree", 0)));
     EXPECT_TRUE(succeeded(receiver->post("take", 1)));
     loop->dispatch();
-    EXPECT_EQ(tree->find("ui"), nullptr);
-    // Who still holds the bridge posts into nothing.
-    std::thread([&] { EXPECT_TRUE(succeeded(handler.post())); }).join();
+    EXPECT_EQ(tree->find("ui2"), nullptr);
     loop->dispatch();
+}
+
+TEST_F(EventBridge, NothingArrivesInATreeThatIsTakenDown)
+{
+    EXPECT_TRUE(succeeded(receiver->post("take", 1)));
+    ui->uninit();
+    EXPECT_TRUE(succeeded(receiver->post("take", 2)));
+    loop->dispatch();
+    EXPECT_TRUE(receiver->numbers.empty());
+
+    makeReceiver("ui2");
+    ui->uninit();
+    EXPECT_TRUE(succeeded(receiver->post("take", 3)));
+    EXPECT_FALSE(isReadable(loop->descriptor()));       // nobody is woken for what was dropped
+}
+
+TEST_F(EventBridge, TreesEndWhileAnotherThreadPostsByTheirId)
+{
+    const auto end = std::chrono::steady_clock::now() +
+                     std::chrono::milliseconds(std::getenv("MORVA_LONG") != nullptr ? 10000 : 100);
+    std::atomic<int> id{tree->root().notifyServer()->serverId()};
+    std::atomic<bool> isOver{false};
+    std::thread poster([&]
+    {
+        CAttrMap params;
+        while (!isOver)
+            EXPECT_TRUE(succeeded(CNotifyServer::send(id, "s", "e", params)));
+    });
+    std::size_t received = 0;
+    while (std::chrono::steady_clock::now() < end)
+    {
+        CObject* root = nullptr;
+        CReceiver* listener = nullptr;
+        EXPECT_TRUE(succeeded(CApplication::initRootObject(root, "")));
+        EXPECT_TRUE(succeeded(root->createChild(ui, "ui:ui-event-bridge", "ui", false)));
+        EXPECT_TRUE(succeeded(ui->createChild(listener, "test:receiver", "r", false)));
+        listener->listenObject("s", "e", "take");
+        id = root->notifyServer()->serverId();
+        loop->run(0.001);
+        received += listener->numbers.size();
+        CApplication::destroyRootObject(root);
+    }
+    isOver = true;
+    poster.join();
+    EXPECT_GT(received, 0u);
+    CAttrMap params;
+    EXPECT_TRUE(succeeded(CNotifyServer::send(id, "s", "e", params)));      // of a tree that is gone
 }
 
 TEST_F(EventBridge, WithoutDescriptorsItDoesNotStart)

@@ -25,13 +25,37 @@ public:
     {
         CObject::initClass(info);
         info.addEvent("updated", eventMethod<&CUpdated::onUpdated>);
+        info.addAttr("copy", attrMethod<&CUpdated::onCopy>);
     }
     CError onUpdated()
     {
         ++count;
         return {};
     }
+    CError onCopy(CAttrValue&)
+    {
+        ++copies;
+        return {};
+    }
     int count = 0;
+    int copies = 0;
+};
+
+/// Another instance stores a value right behind the first look at the store.
+class COvertaken : public CSharedAttribute
+{
+public:
+    CError load() override
+    {
+        KOR_TRY(CSharedAttribute::load());
+        const unsigned char text[] = {5, 0, 0, 0, 'l', 'a', 't', 'e', 'r'};
+        if (!std::exchange(isOvertaken, true))
+            CGlobalData::instance().write(name(), text, sizeof(text), fourCC("dstr"));
+        return {};
+    }
+
+private:
+    bool isOvertaken = false;
 };
 
 CAttrMap settingAttrs(const char* isGlobal = "true")
@@ -113,17 +137,22 @@ TEST_F(SharedAttributes, FollowEachOtherAcrossInstances)
     CWindowTree second;
     CSharedAttribute& a = first.add("setting", settingAttrs());
     CSharedAttribute& b = second.add("setting", settingAttrs());
-    CSharedAttribute& local = second.add("setting", settingAttrs("false"));
+    CAttrMap localAttrs = settingAttrs("false");
+    localAttrs["data-name"].setString("setting");
+    CSharedAttribute& local = second.add("local", localAttrs);
     EXPECT_EQ(value(a), "start");
     EXPECT_FALSE(hasFile(directory + "setting"));           // a default is not stored
 
     CUpdated* listener = nullptr;
-    CObject* linked = nullptr;
+    CUpdated* own = nullptr;
+    CUpdated* linked = nullptr;
     CAttrMap attrs;
     attrs["copy"].setString("{*setting value}");
     EXPECT_TRUE(succeeded(second.ui->createChild(listener, "test:updated", "l", false)));
-    EXPECT_TRUE(succeeded(second.ui->createChild(linked, "core:object", "o", false, nullptr, &attrs)));
+    EXPECT_TRUE(succeeded(first.ui->createChild(own, "test:updated", "l", false)));
+    EXPECT_TRUE(succeeded(second.ui->createChild(linked, "test:updated", "o", false, nullptr, &attrs)));
     listener->listenObject("ui.setting", "update", "updated");
+    own->listenObject("ui.setting", "update", "updated");
 
     // Braces in what a user typed stay what they are.
     EXPECT_TRUE(succeeded(a.save("{full-name} \xE9"_s)));
@@ -133,13 +162,17 @@ TEST_F(SharedAttributes, FollowEachOtherAcrossInstances)
     EXPECT_EQ(value(b), value(a));
     EXPECT_EQ(linked->getAttrString("copy"), a.getAttrString("value"));
     EXPECT_EQ(listener->count, 1);
+    EXPECT_EQ(own->count, 0);                               // who saves knows
     EXPECT_EQ(value(local), "start");
     EXPECT_TRUE(hasFile(directory + "setting"));
 
     // An equal value is no change for anybody.
+    const int copies = linked->copies;
     EXPECT_TRUE(succeeded(b.save(b.getAttrString("value"))));
     loop->dispatch();
     EXPECT_EQ(listener->count, 1);
+    EXPECT_EQ(own->count, 0);
+    EXPECT_EQ(linked->copies, copies);
 
     CGlobalData::instance().forgetForTests();               // a later session
     CWindowTree third;
@@ -147,6 +180,17 @@ TEST_F(SharedAttributes, FollowEachOtherAcrossInstances)
     CAttrMap renamed = settingAttrs();
     renamed["data-name"].setString("setting");
     EXPECT_EQ(value(third.add("other", renamed)), value(a));
+}
+
+TEST_F(SharedAttributes, ChangeDuringTheirStartIsNotMissed)
+{
+    addTestType(creatorRow<COvertaken>("test:overtaken"));
+    CWindowTree window;
+    COvertaken* made = nullptr;
+    const CAttrMap attrs = settingAttrs();
+    EXPECT_TRUE(succeeded(window.ui->createChild(made, "test:overtaken", "a", false, nullptr, &attrs)));
+    loop->dispatch();
+    EXPECT_EQ(value(*made), "later");
 }
 
 TEST_F(SharedAttributes, UnreadableValueGivesTheDefault)

@@ -4,6 +4,7 @@
 #include "Support/CTestTree.h"
 
 #include <pthread.h>
+#include <sched.h>
 
 #include <cerrno>
 
@@ -12,26 +13,55 @@ namespace kor::test
 namespace
 {
 
-/// Counts how often its body was entered and sleeps until it is stopped.
+/// Counts how often its body was entered and woken, and sleeps until it is stopped.
 class CSleeper : public CThread
 {
 public:
     using CThread::CThread;
     ~CSleeper() override { stopThread(); }
 
+    void wake() { event.signal(); }
+
+    bool isBrief = false;           // returns at once
     std::atomic<int> entered{0};
+    std::atomic<int> woken{0};
+    std::thread::id idInside;
     CStringBuf nameInside;
+    std::string systemName;
+    int policy = 0;
 
 private:
     int run() override
     {
-        nameInside = nameOf(std::this_thread::get_id());
+        idInside = std::this_thread::get_id();
+        nameInside = nameOf(idInside);
+        char text[16] = {};
+        pthread_getname_np(pthread_self(), text, sizeof(text));
+        systemName = text;
+        sched_param param;
+        pthread_getschedparam(pthread_self(), &policy, &param);
         ++entered;
-        while (!isStopping())
+        if (isBrief)
+            return 0;
+        do
+        {
             event.wait();
+            ++woken;
+        } while (!isStopping());
         return 0;
     }
 };
+
+bool mayRiseAboveOthers()
+{
+    bool isAllowed = false;
+    std::thread([&]
+    {
+        const sched_param lowest = {sched_get_priority_min(SCHED_RR)};
+        isAllowed = pthread_setschedparam(pthread_self(), SCHED_RR, &lowest) == 0;
+    }).join();
+    return isAllowed;
+}
 
 class CAdder : public CWorkerThread
 {
@@ -67,9 +97,67 @@ TEST(Threads, RunOnceAtATime)
         thread.stopThread();
         EXPECT_FALSE(thread.isRunning());
         EXPECT_EQ(thread.entered, round);   // neither missed by a stop flag nor entered twice
+        EXPECT_EQ(thread.woken, round);
+        EXPECT_EQ(thread.policy, SCHED_OTHER);
         EXPECT_EQ(thread.nameInside, "sleeper"_s);
+        EXPECT_EQ(thread.systemName, "sleeper");
+        EXPECT_EQ(CThread::nameOf(thread.idInside), ""_s);
     }
+
+}
+
+TEST(Threads, WakeOnceForEachSignal)
+{
+    CSleeper thread;
+    // A body that has gone by itself leaves nothing of its stop to the next one.
+    thread.isBrief = true;
+    EXPECT_TRUE(succeeded(thread.runThread(CThread::Priority::normal)));
+    thread.stopThread();
+    thread.isBrief = false;
     EXPECT_TRUE(succeeded(thread.runThread(CThread::Priority::high)));
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_EQ(thread.woken, 0);
+    thread.wake();
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_LE(thread.woken, 1);
+    thread.stopThread();
+    EXPECT_LE(thread.woken, 2);     // the two signals may have come before it slept
+    EXPECT_EQ(thread.policy, mayRiseAboveOthers() ? SCHED_RR : SCHED_OTHER);
+}
+
+TEST(Threads, WorkerTakesNoSecondJobWhileItIsBusy)
+{
+    class CGated : public CWorkerThread
+    {
+    public:
+        ~CGated() override { stopThread(); }
+        std::atomic<int> begun{0};
+        std::atomic<bool> isOpen{false};
+
+    private:
+        CError work() override
+        {
+            ++begun;
+            // Orders nothing between the two threads, which is the locks' business.
+            while (!isOpen.load(std::memory_order_relaxed))
+                std::this_thread::yield();
+            return KOR_FAIL("Done.");
+        }
+    };
+    CGated worker;
+    EXPECT_TRUE(succeeded(worker.runThread(CThread::Priority::normal)));
+    worker.startJob();
+    while (worker.begun == 0)
+        std::this_thread::yield();
+    EXPECT_TRUE(worker.isBusy());
+    worker.startJob();
+    worker.isOpen.store(true, std::memory_order_relaxed);
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));     // so that the job ends before anybody asks
+    EXPECT_EQ(worker.finishJob().message(), "Done.");
+    EXPECT_FALSE(worker.isBusy());
+    worker.startJob();
+    EXPECT_EQ(worker.finishJob().message(), "Done.");
+    EXPECT_EQ(worker.begun, 2);
 }
 
 TEST(Threads, CannotRunWithoutAStackAndMayTryAgain)

@@ -101,9 +101,16 @@ TEST_F(Timers, RateGivesTheInterval)
     };
     for (const auto& row : cases)
     {
+        const auto before = CClock::now();
         CTimer& made = makeTimer(row.attr, row.value);
         EXPECT_DOUBLE_EQ(made.interval(), row.seconds) << row.attr << " " << row.value;
         EXPECT_TRUE(made.isTimerActive());
+        // The first tick is due after that many whole milliseconds, or 24 days.
+        const double wait = std::min(std::round(row.seconds * 1000.0) / 1000.0, 2147483.647);
+        const double left = loop->secondsToDeadline();
+        EXPECT_LE(left, wait) << row.attr << " " << row.value;
+        EXPECT_GE(left + std::chrono::duration<double>(CClock::now() - before).count(), wait - 1e-6)
+            << row.attr << " " << row.value;
         CObject::destroy(&made);
     }
     CTimer* silent = nullptr;
@@ -131,6 +138,24 @@ TEST_F(Timers, TicksAtItsRateAndNotEarlier)
         loop->dispatch();
     EXPECT_GE(ticked->times.size(), 1u);
     EXPECT_LE(ticked->times.size(), 2u);        // the next one may be due by now
+}
+
+// However late a tick comes, the next one is due at a whole number of intervals after the start.
+TEST_F(Timers, LateTicksDoNotShiftTheOthers)
+{
+    const auto seconds = [](CClock::time_point from, CClock::time_point to)
+    { return std::chrono::duration<double>(to - from).count(); };
+    const auto beforeStart = CClock::now();
+    makeTimer("interval", "0.1");
+    const auto afterStart = CClock::now();
+    std::this_thread::sleep_for(std::chrono::milliseconds(140));
+    loop->dispatch();
+    ASSERT_EQ(ticked->times.size(), 1u);
+    const auto beforeLook = CClock::now();
+    const double left = loop->secondsToDeadline();
+    const double latest = seconds(beforeStart, CClock::now()) + left;
+    const double earliest = seconds(afterStart, beforeLook) + left;
+    EXPECT_LE(earliest, std::floor(latest / 0.1) * 0.1 + 1e-6);
 }
 
 TEST_F(Timers, SameRateDoesNotRestart)
@@ -194,9 +219,14 @@ TEST_F(Timers, EndWithTheirObject)
     EXPECT_TRUE(std::isinf(loop->secondsToDeadline()));
     EXPECT_TRUE(succeeded(timer->setAttrString("fps", "30", true)));
     EXPECT_FALSE(timer->isTimerActive());
+    CObject::destroy(timer);
+
+    CObject::destroy(&makeTimer("interval", "0.01"));
+    pollfd watched = {loop->descriptor(), POLLIN, 0};
+    EXPECT_EQ(poll(&watched, 1, 30), 0);        // the host is not woken for nobody
 }
 
-TEST_F(Timers, HandlerMayEndItsOwnTimer)
+TEST_F(Timers, HandlerMayEndItsOwnTimerAndOthers)
 {
     struct COneShot
     {
@@ -205,12 +235,18 @@ TEST_F(Timers, HandlerMayEndItsOwnTimer)
             auto& self = *static_cast<COneShot*>(context);
             ++self.calls;
             self.timer.reset();
+            self.other.reset();
         }
-        std::unique_ptr<CLoopTimer> timer = std::make_unique<CLoopTimer>(CEventLoop::ofThisThread(), &onDue, this);
+        std::unique_ptr<CLoopTimer> make() { return std::make_unique<CLoopTimer>(CEventLoop::ofThisThread(), &onDue, this); }
+
+        std::unique_ptr<CLoopTimer> timer = make();
+        std::unique_ptr<CLoopTimer> other = make();
         int calls = 0;
     };
     COneShot once;
     once.timer->start(std::chrono::milliseconds(1));
+    once.other->start(std::chrono::milliseconds(1));
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
     runFor(0.02);
     EXPECT_EQ(once.calls, 1);
 }
