@@ -40,6 +40,7 @@ struct CAudioGraphHost::CImplementation
     CAudioOutput input; // what feeds the root's port 0
     std::unique_ptr<CAudioProcessBase> root;
     std::unique_ptr<CAudioProcessBase> end;
+    std::function<void()> blockStart = [] {};
 
     CImplementation(CAudioParamCollector& collector, CAudioEnv& environment) : context(collector, environment) {}
 
@@ -95,10 +96,17 @@ CError CAudioGraphHost::setLayout(std::span<const int> channelGroups, double sam
     return {};
 }
 
+void CAudioGraphHost::setBlockStart(std::function<void()> call)
+{
+    impl->blockStart = std::move(call);
+}
+
 void CAudioGraphHost::prime()
 {
-    if (impl->isReady())
-        impl->runSlice(nullptr, nullptr, 0, 0, 1);
+    if (!impl->isReady())
+        return;
+    impl->blockStart();
+    impl->runSlice(nullptr, nullptr, 0, 0, 1);
 }
 
 void CAudioGraphHost::process(const double* const* in, double* const* out, int outputChannels, int frames)
@@ -112,6 +120,7 @@ void CAudioGraphHost::process(const double* const* in, double* const* out, int o
         }
         return;
     }
+    impl->blockStart();
     CAudioEnv& env = impl->context.env;
     for (int offset = 0; offset < frames;)
     {

@@ -4,6 +4,7 @@
 #include "Core/CError.h"
 #include "Core/CStringBuf.h"
 
+#include <functional>
 #include <memory>
 #include <span>
 
@@ -41,6 +42,10 @@ public:
     /// Outputs may be the same memory as inputs of the same or another channel. Does nothing but write zeros before
     /// create and setLayout.
     void process(const double* const* in, double* const* out, int outputChannels, int frames);
+
+    /// What happens first of all in each process and prime, on their thread; it may deliver parameter changes. Set while
+    /// neither runs.
+    void setBlockStart(std::function<void()> call);
 
     /// Takes pending parameter changes and runs one silent sample, so that latency and outputs follow.
     void prime();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Audio/Plugin/CAudioInstance.h"
 
+#include "Audio/Graph/CAudioGraphContext.h"
 #include "Audio/Graph/CAudioGraphHost.h"
 #include "Audio/Graph/CAudioProcessDefBase.h"
 #include "Audio/Parameters/CAudioEnv.h"
@@ -12,6 +13,7 @@
 #include "Core/CObject.h"
 #include "Core/CWriteSeqBuffer.h"
 #include "Other/Interface/CAudioInterfaceBase.h"
+#include "Other/Interface/CAudioVizCollector.h"
 
 #include <algorithm>
 #include <cmath>
@@ -54,6 +56,7 @@ CError CAudioInstance::create()
 
     KOR_TRY(root->findObjectChecked(env, "plugin.audio-env"));
     KOR_TRY(root->findObjectChecked(params, "plugin.param-collector"));
+    KOR_TRY(root->findObjectChecked(vizCollector, "plugin.viz-collector"));
     KOR_TRY(root->findObjectChecked(master, "plugin.param-registry"));
     KOR_TRY(root->findObjectChecked(clients, "plugin.interface-base"));
     clients->setInternalChannelCount(channels);
@@ -65,6 +68,8 @@ CError CAudioInstance::create()
     KOR_TRY(root->findObjectChecked(mainProcess, "shared::audio.modMain"));
 
     graphHost = std::make_unique<CAudioGraphHost>(*params, *env);
+    graphHost->context().viz = vizCollector;
+    graphHost->setBlockStart([viz = vizCollector] { viz->frameUpdate(); });
     KOR_TRY(graphHost->create(*mainProcess, "plugin.modMain"));
     bands = findParam("modMorvaEQ.eq-params.band-count");
     if (bands == nullptr || !bands->hasInfo())

@@ -16,6 +16,7 @@ class CAudioInterfaceBase;
 class CAudioParam;
 class CAudioParamCollector;
 class CAudioParamRegistry;
+class CAudioVizCollector;
 class CInputStream;
 class CObject;
 class COutputStream;
@@ -38,6 +39,9 @@ public:
     CAudioEnv& environment() const noexcept { return *env; }
     CAudioParamCollector& collector() const noexcept { return *params; }
     CAudioGraphHost& graph() const noexcept { return *graphHost; }
+
+    /// Where all that a display shows gathers. Whoever stops the graph clears what waits there.
+    CAudioVizCollector& viz() const noexcept { return *vizCollector; }
 
     /// What windows and other clients drive the instance by, and the root of the tree that they find it in.
     CAudioInterfaceBase& interfaceBase() const noexcept { return *clients; }
@@ -76,6 +80,7 @@ private:
     CAudioEnv* env = nullptr;
     CAudioParamCollector* params = nullptr;
     CAudioInterfaceBase* clients = nullptr;
+    CAudioVizCollector* vizCollector = nullptr;
     CAudioParamRegistry* master = nullptr;
     CAudioParam* bands = nullptr;
     std::unique_ptr<CAudioGraphHost> graphHost;

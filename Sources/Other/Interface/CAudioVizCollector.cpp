@@ -61,17 +61,16 @@ CAudioVizRef<CAudioVizDataSpectrum> CAudioVizCollector::makeSpectrum(CAudioVizSl
     return spectrum;
 }
 
-// Afterwards the pool has an object of the class.
+// Afterwards the pool has an object of the class. Stale ones of another class go too: they are from before a change.
 void CAudioVizCollector::makeRoom(CAudioVizSlot& slot, int objectClass)
 {
-    CAudioVizDataPtr stale;
+    bool isFound = false;
     {
         CLockHolder hold(pendingLock);
-        const CAudioVizData* oldest = slot.pending.oldest();
-        if (oldest != nullptr && oldest->poolClass == objectClass && oldest->postedAt < env->time - staleSeconds)
-            stale = slot.pending.takeOldest();
+        while (!isFound && !slot.pending.isEmpty() && slot.pending.oldest()->postedAt < env->time - staleSeconds)
+            isFound = slot.pending.takeOldest()->poolClass == objectClass;
     }
-    if (!stale)
+    if (!isFound)
         pool->addOne(objectClass);
 }
 
