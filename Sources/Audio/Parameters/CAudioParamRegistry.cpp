@@ -162,11 +162,16 @@ void CAudioParamRegistry::initList()
     readList();
 }
 
+// While the registry starts, another thread may write the list: of two readings, the one that began later has the newer.
 void CAudioParamRegistry::readList()
 {
+    const unsigned reading = ++listReadings;
     std::shared_ptr<const CAudioPresetBank> found = readPresetList(
         isListGlobal ? CGlobalData::instance() : CLocalData::instance(), listName, fullName());
     CLockHolder hold(listLock);
+    if (reading < listReading)
+        return;
+    listReading = reading;
     list = std::move(found);
 }
 

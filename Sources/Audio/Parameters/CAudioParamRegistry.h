@@ -218,9 +218,11 @@ private:
 
     CStringBuf listName;
     bool isListGlobal = false;
+    std::atomic<unsigned> listReadings{0};
 
     mutable CLock listLock;                         // a leaf; all below
     std::shared_ptr<const CAudioPresetBank> list;   // of an enumerated registry; null for none
+    unsigned listReading = 0;                       // the number of the reading that it is from
     CArray<CAudioParam*> selectors;
     CArray<CAudioParamRegistryListener*> listeners;
 };
