@@ -117,4 +117,58 @@ CAudioProcessBase* CTestEqualizer::find(const std::string& path) const
     return found;
 }
 
+const std::vector<CKnob>& equalizerKnobs()
+{
+    static const std::vector<CKnob> knobs = []
+    {
+        std::vector<double> bandTypes;
+        for (int mode = 0; mode <= 20; ++mode)      // the last two pass
+            bandTypes.push_back(mode);
+        return std::vector<CKnob>{
+            {"modMorvaEQ.eq-params.mode", 8, 4, bandTypes},
+            {"modMorvaEQ.eq-params.mode", 8, 4, {0, 1, 2, 3, 4, 5, 6}},
+            {"modMorvaEQ.eq-params.freq", 8, 4, {200, 1000, 4000, 12000, 30000}},
+            {"modMorvaEQ.eq-params.gain", 8, 4, {0.5, 1.0, 2.0}},
+            {"modMorvaEQ.eq-params.bw", 8, 4, {0.7, 1.0, 2.5}},
+            {"modMorvaEQ.eq-params.dyn", 8, 4, {0.0, 1.0, 2.5}},
+            {"modMorvaEQ.eq-params.band-count", 8, 1, {0, 1, 3, 4}},
+            {"modMorvaEQ.dyn-params.attack", 8, 1, {0.0005, 0.005}},
+            {"modMorvaEQ.dyn-params.envrelease", 8, 1, {0.05, 0.1}},
+            {"io-params.in-routing", 1, 8, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 16}},
+            {"io-params.out-routing", 1, 8, {0, 1, 2, 3, 4, 5, 6, 7, 8, 12}},
+            {"io-params.grouping", 1, 8, {0, 1, 2, 3, 4, 5, 6, 7}},
+            {"io-params.ms-pairs", 1, 8, {0, 1, 2, 3, 4}},
+            {"io-params.channel-group-solo", 8, 1, {0, 0, 0, 1}},
+            {"modOutGain.gain", 8, 1, {0.5, 1.0, 1.5}},
+            {"modOutGain.mute", 8, 1, {0, 0, 0, 1}},
+            {"modOutGain.phaseinvert", 8, 1, {0, 1}},
+            {"bypass-enable", 1, 1, {0, 0, 0, 1}},
+            {"denorm-enable", 1, 1, {0, 1}},
+            {"oversampling", 1, 1, {0, 1, 1, 1, 2, 3, 4}},
+            {"host-oversampling-mode", 1, 1, {0, 1, 2, 3}},
+            {"lp-oversampling-enable", 1, 1, {0, 0, 0, 1}},
+        };
+    }();
+    return knobs;
+}
+
+CSignals noises(int channels, std::size_t count, unsigned seed)
+{
+    CSignals signals;
+    for (int c = 0; c < channels; ++c)
+        signals.push_back(0.25 * noise(count, seed * 16 + static_cast<unsigned>(c) + 1));
+    return signals;
+}
+
+void expectSameSound(CTestEqualizer& a, CTestEqualizer& b, int channels)
+{
+    constexpr std::size_t settling = 48000; // longer than every fade, every memory and the slowest detector of the knobs
+    const CSignals in = noises(channels, settling + 2000, 77);
+    const CSignals fromA = a.run(in);
+    const CSignals fromB = b.run(in);
+    EXPECT_EQ(a.latency(), b.latency());
+    for (std::size_t c = 0; c < in.size(); ++c)
+        EXPECT_LT(difference(fromA[c], fromB[c], settling), 1e-9) << "channel " << c;
+}
+
 }

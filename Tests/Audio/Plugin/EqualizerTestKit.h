@@ -51,4 +51,20 @@ private:
     int channelCount = 0;
 };
 
+/// A parameter that decides what the graph consists of or computes, with values worth trying.
+struct CKnob
+{
+    const char* key;
+    int groups;                                     // 1 for a parameter that is not per group
+    int elements;
+    std::vector<double> values;
+};
+const std::vector<CKnob>& equalizerKnobs();
+
+/// Different noise on each channel.
+CSignals noises(int channels, std::size_t count, unsigned seed);
+
+/// Both are running. They take the same noise until all that came before has died away; from then on they must agree.
+void expectSameSound(CTestEqualizer& a, CTestEqualizer& b, int channels);
+
 }
