@@ -188,6 +188,58 @@ TEST(Bridges, SourcesAndObserversDieOnDifferentThreads)
     EXPECT_GT(calls, 0);
 }
 
+// A thread that asks the source for a key holds the source's place in the table; a detach and the source's end wait for
+// it and then follow each other at once, mostly the end first.
+TEST(Bridges, DetachAndTheEndOfTheSourceTakeTurns)
+{
+    class CGated : public CBridgeBase
+    {
+    public:
+        CGated(std::atomic<bool>& inside, std::atomic<bool>& open) : isInside(inside), isOpen(open) {}
+        ~CGated() override { leaveBridges(); }
+        int getBridgeKey(const CStringBuf&) override
+        {
+            isInside = true;
+            while (!isOpen)
+                std::this_thread::yield();
+            return 1;
+        }
+
+    private:
+        std::atomic<bool>& isInside;
+        std::atomic<bool>& isOpen;
+    };
+    const auto letOthersRun = [] { std::this_thread::sleep_for(std::chrono::milliseconds(2)); };
+    std::string log;
+    for (int round = 0; round < 20; ++round)
+    {
+        std::atomic<bool> isInside{false};
+        std::atomic<bool> isOpen{false};
+        std::atomic<bool> isDetached{false};
+        auto source = std::make_unique<CGated>(isInside, isOpen);
+        CObserver observer(log);
+        CObserver second(log);
+        EXPECT_TRUE(observer.attach(source.get(), ""));
+        std::thread attaching([&, address = source.get()] { EXPECT_TRUE(second.attach(address, "x")); });
+        while (!isInside)
+            std::this_thread::yield();
+        std::thread ending([&] { source.reset(); });
+        letOthersRun();
+        std::thread detaching([&]
+        {
+            observer.detach();
+            isDetached = true;
+        });
+        letOthersRun();
+        EXPECT_FALSE(isDetached);
+        isOpen = true;
+        attaching.join();
+        detaching.join();
+        ending.join();
+        EXPECT_FALSE(observer.isAttached() || second.isAttached());
+    }
+}
+
 namespace
 {
 
