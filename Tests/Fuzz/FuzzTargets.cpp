@@ -22,6 +22,7 @@ std::span<const CFuzzTarget> fuzzTargets()
         {"List", fuzzList, listSeeds},
         {"PresetText", fuzzPresetText, presetTextSeeds},
         {"State", fuzzState, stateSeeds},
+        {"Interface", fuzzInterface, interfaceSeeds},
     };
     return targets;
 }

@@ -20,6 +20,7 @@ int fuzzBank(const unsigned char* data, std::size_t size);
 int fuzzList(const unsigned char* data, std::size_t size);          // of banks
 int fuzzPresetText(const unsigned char* data, std::size_t size);    // presets as text
 int fuzzState(const unsigned char* data, std::size_t size);         // a master preset, on a running equalizer
+int fuzzInterface(const unsigned char* data, std::size_t size);     // a client's message to an instance
 
 struct CFuzzTarget
 {
@@ -37,6 +38,7 @@ std::vector<std::string> bankSeeds();
 std::vector<std::string> listSeeds();
 std::vector<std::string> presetTextSeeds();
 std::vector<std::string> stateSeeds();
+std::vector<std::string> interfaceSeeds();
 
 /// Starts the application, which several targets need, once.
 void startForFuzzing();

@@ -20,8 +20,8 @@ public:
     CError init() override;
     void uninit() override;
 
-    // What clients are told, those that are there at once and later ones when they ask. Equal values are told to nobody.
-    // Any thread but the audio thread; no lock behind the message lock held.
+    // What clients are told, those that are there at once and later ones when they ask. Equal values are told to
+    // nobody. Any thread but the audio thread; no lock behind the message lock held.
     void setInternalChannelCount(int count);
     void setGroupCount(int count);
     void setIoChannelCounts(int inputs, int outputs, int sidechain);
@@ -32,8 +32,8 @@ public:
     void stopViz();
     void clearClients();
 
-    /// Names the parameters' channels after the host's labels; runs within the undo step of "import-channel-labels", which
-    /// does nothing without one. Set before clients come.
+    /// Names the parameters' channels after the host's labels; runs within the undo step of "import-channel-labels",
+    /// which does nothing without one. Set before clients come.
     using CLabelImport = std::function<void(CAudioParamUndoContext& undo)>;
     void setLabelImport(CLabelImport import) { labelImport = std::move(import); }
 

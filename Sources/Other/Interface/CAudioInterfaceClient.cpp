@@ -38,8 +38,8 @@ CError CAudioInterfaceClient::init()
 
 CError CAudioInterfaceClient::askForCounts()
 {
-    for (const char* const command : {"request-internal-channel-count", "request-group-count",
-                                      "request-io-channel-counts", "request-sample-rate"})
+    for (const char* const command :
+         {"request-internal-channel-count", "request-group-count", "request-io-channel-counts", "request-sample-rate"})
         KOR_TRY(send(CInterfaceMessage(command).number(clientId())));
     return {};
 }

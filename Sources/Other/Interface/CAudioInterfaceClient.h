@@ -8,9 +8,9 @@
 namespace kor
 {
 
-// A window's end of the interface to an instance (`audio:interface-client`): beside parameters it carries what the display
-// shows, and keeps what the host has agreed on with the instance. The attribute `group-names-param` names the parameter
-// that names the channel groups; it may be left out.
+// A window's end of the interface to an instance (`audio:interface-client`): beside parameters it carries what the
+// display shows, and keeps what the host has agreed on with the instance. The attribute `group-names-param` names the
+// parameter that names the channel groups; it may be left out.
 class CAudioInterfaceClient : public CParamInterfaceClient, public CAudioVizClient
 {
 public:

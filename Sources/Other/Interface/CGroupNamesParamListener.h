@@ -8,8 +8,8 @@ namespace kor
 
 class CObject;
 
-// Follows the parameter that names the channel groups: its owner sends the event "group-names-changed" whenever one may be
-// another.
+// Follows the parameter that names the channel groups: its owner sends the event "group-names-changed" whenever one
+// may be another.
 class CGroupNamesParamListener : public CParamCopy
 {
 public:

@@ -17,7 +17,8 @@ CInterfaceClientTree::~CInterfaceClientTree()
 CError CInterfaceClientTree::create(const CObject& audioRoot)
 {
     KOR_TRY(CApplication::initRootObject(ownRoot, gEmptyString));
-    KOR_TRY(ownRoot->setAttrPlain("BaseConnectorRootPtr", CParamInterfaceBaseConnectorUni::addressOf(audioRoot), false));
+    KOR_TRY(
+        ownRoot->setAttrPlain("BaseConnectorRootPtr", CParamInterfaceBaseConnectorUni::addressOf(audioRoot), false));
     CObject* served = nullptr;
     KOR_TRY(ownRoot->createChild(served, "client", "client", true));
     KOR_TRY(ownRoot->findObjectChecked(found, "client.interface-client"));

@@ -6,7 +6,8 @@
 namespace kor
 {
 
-// A message in the making: the command's name, then its fields. `CInterfaceMessage("listen-param").text(name).number(id)`
+// A message in the making: the command's name, then its fields.
+// `CInterfaceMessage("listen-param").text(name).number(id)`
 class CInterfaceMessage
 {
 public:

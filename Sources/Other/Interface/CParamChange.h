@@ -14,8 +14,8 @@ public:
     /// Valid until the next read.
     const CAudioParamRequest& request() const noexcept { return change; }
 
-    /// Reads what came from the other side: on failure of any kind, values that no request can have included, the change is
-    /// as before. Memory is taken as bytes arrive.
+    /// Reads what came from the other side: on failure of any kind, values that no request can have included, the
+    /// change is as before. Memory is taken as bytes arrive.
     CError read(CInputStream& stream);
 
     /// Texts and bytes go with the change; ids of no item go without one and read as empty.

@@ -14,12 +14,13 @@ class CParamClientListener
 public:
     virtual ~CParamClientListener() = default;
 
-    /// The parameter's definition, an empty one while it has none, and its defaults as a change for all groups, null with
-    /// an empty definition. All values known so far are void; the lists of all groups that are not empty follow as changes.
+    /// The parameter's definition, an empty one while it has none, and its defaults as a change for all groups, null
+    /// with an empty definition. All values known so far are void; the lists of all groups that are not empty follow
+    /// as changes.
     virtual void onParamInfo(const CAudioParamInfo& info, const CAudioParamRequest* defaults) = 0;
 
-    /// Values that are in effect at the audio side. One that does not fit the last definition is of a definition to come
-    /// and to be ignored.
+    /// Values that are in effect at the audio side. One that does not fit the last definition is of a definition to
+    /// come and to be ignored.
     virtual void onParamChange(const CAudioParamRequest& change) = 0;
 };
 

@@ -15,10 +15,10 @@ enum class CSending
     reply                       // the client has asked for it, as for the whole state of a parameter
 };
 
-// What waits for one client. Any thread appends, and the client's own thread is woken to take all of it. It does not grow
-// without bound: what a client that reads too slowly has not taken is thrown away at a limit, with all that comes until it
-// does read, and the client is then told to ask for everything anew. Counted, so that senders may hold it longer than
-// the client lives.
+// What waits for one client. Any thread appends, and the client's own thread is woken to take all of it. It does not
+// grow without bound: what a client that reads too slowly has not taken is thrown away at a limit, with all that comes
+// until it does read, and the client is then told to ask for everything anew. Counted, so that senders may hold it
+// longer than the client lives.
 class CParamClientQueue
 {
 public:

@@ -84,7 +84,7 @@ void CParamInterfaceBase::close()
 
 void CParamInterfaceBase::uninit()
 {
-    registries.clear();         // those of the tree have ended by now, since they come behind this object and look for it
+    registries.clear(); // those of the tree have ended by now, since they come behind this object and look for it
     close();
     CObject::uninit();
 }
@@ -108,7 +108,9 @@ void CParamInterfaceBase::send(int clientId, const CInterfaceMessage& out, CSend
         clients->send(clientId, out.block(), kind);
 }
 
-void CParamInterfaceBase::clientStarted(int) {}
+void CParamInterfaceBase::clientStarted(int)
+{
+}
 
 void CParamInterfaceBase::clientGone(int clientId)
 {

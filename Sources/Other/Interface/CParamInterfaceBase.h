@@ -19,9 +19,10 @@ class CParamListener;
 class CRegistryListener;
 
 // An instance's side of the road between parameters and windows: runs the commands of clients on the parameters, the
-// registries and the undo history of the instance, and tells the clients what changes there, whoever changed it. A command
-// is an event of this object, and its handler reads the fields from the message at hand. A message with a field missing
-// changes nothing. Commands run one at a time on their sender's thread; changes come from any thread but the audio thread.
+// registries and the undo history of the instance, and tells the clients what changes there, whoever changed it. A
+// command is an event of this object, and its handler reads the fields from the message at hand. A message with a
+// field missing changes nothing. Commands run one at a time on their sender's thread; changes come from any thread but
+// the audio thread.
 class CParamInterfaceBase : public CObject,
                             public CAudioParamUndo,
                             private CAudioParamCollectorHook,
@@ -36,16 +37,16 @@ public:
     CError init() override;
     void uninit() override;
 
-    /// Ends the service while the rest of the instance is still whole: commands fail from then on, and nobody is listened
-    /// to. Waits for a command that is running.
+    /// Ends the service while the rest of the instance is still whole: commands fail from then on, and nobody is
+    /// listened to. Waits for a command that is running.
     void close();
 
-    /// Runs the command that a message holds: "Unknown event '%1'." for an unknown one, else what its handler says. Takes
-    /// the message lock. For the connector, which runs one at a time.
+    /// Runs the command that a message holds: "Unknown event '%1'." for an unknown one, else what its handler says.
+    /// Takes the message lock. For the connector, which runs one at a time.
     CError runCommand(std::span<const unsigned char> block);
 
-    /// A client has come, or begins anew; one has gone, and what it left open is ended: its batch, its open undo records,
-    /// which go to the history, its listeners. For the connector, under its command lock.
+    /// A client has come, or begins anew; one has gone, and what it left open is ended: its batch, its open undo
+    /// records, which go to the history, its listeners. For the connector, under its command lock.
     virtual void clientStarted(int clientId);
     virtual void clientGone(int clientId);
 

@@ -22,11 +22,12 @@ public:
 
     CParamInterfaceBaseConnector();
 
-    /// Runs one message of a client to its end and gives its failure. "No base object defined." Any thread but the audio
-    /// thread; waits for other clients' commands.
+    /// Runs one message of a client to its end and gives its failure. "No base object defined." Any thread but the
+    /// audio thread; waits for other clients' commands.
     CError processClientData(std::span<const unsigned char> block);
 
-    /// To one client, nothing when it has gone, or to everyClient. Takes leaf locks only. Any thread but the audio thread.
+    /// To one client, nothing when it has gone, or to everyClient. Takes leaf locks only. Any thread but the audio
+    /// thread.
     virtual void send(int clientId, CByteArray block, CSending kind) = 0;
 
     /// False for a client that has gone.

@@ -6,8 +6,8 @@
 namespace kor
 {
 
-// The connector to clients of the same process (`other:param-interface-base-connector-uni`). A client calls it straight;
-// what goes to a client is appended to its queue.
+// The connector to clients of the same process (`other:param-interface-base-connector-uni`). A client calls it
+// straight; what goes to a client is appended to its queue.
 class CParamInterfaceBaseConnectorUni : public CParamInterfaceBaseConnector
 {
 public:

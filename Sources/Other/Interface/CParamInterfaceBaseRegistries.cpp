@@ -55,7 +55,8 @@ CError CParamInterfaceBase::onListenRegistry()
     if (registries.insert(registry).second)
         registry->addListener(*this);
     const CRegistryListener& listener =
-        registryListeners.insert_or_assign(listenerId, CRegistryListener(*clients, *registry, listenerId)).first->second;
+        registryListeners.insert_or_assign(listenerId, CRegistryListener(*clients, *registry, listenerId))
+            .first->second;
     listener.sendNames(CAudioPresetSource::factory, CSending::reply);
     listener.sendNames(CAudioPresetSource::session, CSending::reply);
     return {};

@@ -62,7 +62,8 @@ CError CParamInterfaceClient::takeId(std::uint32_t& made)
     return KOR_FAIL("This client listens to too much already.");
 }
 
-CError CParamInterfaceClient::listenParam(std::uint32_t& listenerId, const CStringBuf& name, CParamClientListener& listener)
+CError CParamInterfaceClient::listenParam(std::uint32_t& listenerId, const CStringBuf& name,
+                                          CParamClientListener& listener)
 {
     std::uint32_t made = 0;
     KOR_TRY(takeId(made));
@@ -80,7 +81,8 @@ CError CParamInterfaceClient::unlistenParam(std::uint32_t listenerId)
     return {};
 }
 
-CError CParamInterfaceClient::changeParam(std::uint32_t listenerId, std::uint32_t undoId, const CAudioParamRequest& request)
+CError CParamInterfaceClient::changeParam(std::uint32_t listenerId, std::uint32_t undoId,
+                                          const CAudioParamRequest& request)
 {
     CInterfaceMessage command("change-param");
     command.number(listenerId).number(undoId);
@@ -89,7 +91,8 @@ CError CParamInterfaceClient::changeParam(std::uint32_t listenerId, std::uint32_
     return {};
 }
 
-CError CParamInterfaceClient::resetParam(std::uint32_t listenerId, std::uint32_t undoId, int group, int element, bool isLast)
+CError CParamInterfaceClient::resetParam(std::uint32_t listenerId, std::uint32_t undoId, int group, int element,
+                                         bool isLast)
 {
     CInterfaceMessage command("reset-param");
     KOR_TRY(send(command.number(listenerId).number(undoId).number(group).number(element).number(isLast)));
@@ -186,11 +189,12 @@ CError CParamInterfaceClient::activatePreset(std::uint32_t listenerId, const CAu
     return {};
 }
 
-CError CParamInterfaceClient::requestPreset(std::uint32_t listenerId, std::uint32_t requestId, CAudioPresetSource source,
-                                            int index, int group)
+CError CParamInterfaceClient::requestPreset(std::uint32_t listenerId, std::uint32_t requestId,
+                                            CAudioPresetSource source, int index, int group)
 {
     CInterfaceMessage request("request-preset");
-    request.number(listenerId).number(requestId).number(source == CAudioPresetSource::factory).number(index).number(group);
+    request.number(listenerId).number(requestId).number(source == CAudioPresetSource::factory);
+    request.number(index).number(group);
     KOR_TRY(sendRequest(listenerId, requestId, request));
     return {};
 }
@@ -203,7 +207,8 @@ CError CParamInterfaceClient::requestBank(std::uint32_t listenerId, std::uint32_
     return {};
 }
 
-CError CParamInterfaceClient::sendRequest(std::uint32_t listenerId, std::uint32_t requestId, const CInterfaceMessage& request)
+CError CParamInterfaceClient::sendRequest(std::uint32_t listenerId, std::uint32_t requestId,
+                                          const CInterfaceMessage& request)
 {
     requests.insert_or_assign(CRequestKey(listenerId, requestId), request.block());
     CError failure = send(request);

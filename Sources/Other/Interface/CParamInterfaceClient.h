@@ -15,9 +15,9 @@ class CInterfaceMessage;
 class CParamInterfaceClientConnector;
 
 // The audio side as a window sees it: what it calls here goes there as messages, what changes there comes back to its
-// listeners, the window's own changes included; that is when a copy is updated. All of it belongs to the thread that built
-// the tree. A call's failure is that of the command at the audio side. Ids are the client's own, its id in their upper
-// half; 0 is none.
+// listeners, the window's own changes included; that is when a copy is updated. All of it belongs to the thread that
+// built the tree. A call's failure is that of the command at the audio side. Ids are the client's own, its id in their
+// upper half; 0 is none.
 class CParamInterfaceClient : public CObject
 {
 public:
@@ -40,8 +40,8 @@ public:
     CError beginBatch();
     CError endBatch();
 
-    // Undo. A record collects the changes that carry its id until it is submitted, under another label if there is one, or
-    // removed. Mergeable records of equal key (-1: none) over the same values become one step.
+    // Undo. A record collects the changes that carry its id until it is submitted, under another label if there is
+    // one, or removed. Mergeable records of equal key (-1: none) over the same values become one step.
     CError createUndoData(std::uint32_t& undoId, const CStringBuf& label, bool isMergeable = false, int mergeKey = -1);
     CError removeUndoData(std::uint32_t undoId);
     CError submitUndoData(std::uint32_t undoId, const CStringBuf& label = gEmptyString);
@@ -60,7 +60,8 @@ public:
     CError activateFactoryPreset(std::uint32_t listenerId, int index);
     CError activatePreset(std::uint32_t listenerId, const CAudioPreset& preset, int group = everyIndex);
 
-    /// The listener gets the preset or bank under the request id, which is the caller's choice. index -1: the live state.
+    /// The listener gets the preset or bank under the request id, which is the caller's choice. index -1: the live
+    /// state.
     CError requestPreset(std::uint32_t listenerId, std::uint32_t requestId, CAudioPresetSource source, int index,
                          int group = everyIndex);
     CError requestBank(std::uint32_t listenerId, std::uint32_t requestId, CAudioPresetSource source);

@@ -30,8 +30,8 @@ public:
     /// Who is given the messages; null for nobody.
     void setClient(CParamInterfaceClient* taker) noexcept { client = taker; }
 
-    /// Gives what waits to the client, in order. A message that fails ends it, the failure comes back, and the client asks
-    /// for everything anew, once until all goes well again. "No client object defined."
+    /// Gives what waits to the client, in order. A message that fails ends it, the failure comes back, and the client
+    /// asks for everything anew, once until all goes well again. "No client object defined."
     CError onProcessBaseData();
 
     /// Bytes that wait to be processed.

@@ -10,8 +10,7 @@ CError CParamInterfaceClientConnectorUni::init()
 {
     KOR_TRY(CParamInterfaceClientConnector::init());
     const CStringBuf& path = getAttrString("base-connector");
-    CObject* const audioRoot =
-        CParamInterfaceBaseConnectorUni::findRoot(root()->getAttrString("BaseConnectorRootPtr"));
+    CObject* const audioRoot = CParamInterfaceBaseConnectorUni::findRoot(root()->getAttrString("BaseConnectorRootPtr"));
     if (audioRoot == nullptr)
         return KOR_FAIL("Unable to find object '%1' ('%2')", path, path);
     CParamInterfaceBaseConnectorUni* connector = nullptr;

@@ -7,9 +7,9 @@
 namespace kor
 {
 
-// A client's connector to an audio side in the same process (`other:param-interface-client-connector-uni`). The attribute
-// `base-connector` is a path in the audio side's tree, and "BaseConnectorRootPtr" of this tree's root says which tree that
-// is. The audio side may end first: then sending fails.
+// A client's connector to an audio side in the same process (`other:param-interface-client-connector-uni`). The
+// attribute `base-connector` is a path in the audio side's tree, and "BaseConnectorRootPtr" of this tree's root says
+// which tree that is. The audio side may end first: then sending fails.
 class CParamInterfaceClientConnectorUni : public CParamInterfaceClientConnector
 {
 public:

@@ -21,8 +21,8 @@ CAudioParamRequest rangeOf(const CAudioParamStorage& store, int group, int first
     range.elementCount = count;
     range.elementSize = store.elementSize();
     range.type = store.type();
-    range.values = store.values(group).data() + static_cast<std::size_t>(first) *
-                                                    static_cast<std::size_t>(store.elementSize());
+    range.values =
+        store.values(group).data() + static_cast<std::size_t>(first) * static_cast<std::size_t>(store.elementSize());
     range.items = &store.data();
     return range;
 }
@@ -31,7 +31,7 @@ CInterfaceMessage infoMessage(std::uint32_t id, const CAudioParamInfo& info)
 {
     CInterfaceMessage message("update-param-info");
     message.number(id);
-    info.save(message.stream()).ignore();           // to memory
+    info.save(message.stream()).ignore(); // to memory
     return message;
 }
 
@@ -124,8 +124,8 @@ void CParamListener::onParamChange(const CAudioParamRequest& request, CAudioPara
         sendGroup(param, request, CSending::update);
 }
 
-// What the store holds now: a follower of the parameter that has changed it again meanwhile has sent its change already,
-// and the older one must not undo it at the client.
+// What the store holds now: a follower of the parameter that has changed it again meanwhile has sent its change
+// already, and the older one must not undo it at the client.
 void CParamListener::sendGroup(const CAudioParam& param, CAudioParamRequest range, CSending kind)
 {
     const CAudioParamStorage& values = param.values();

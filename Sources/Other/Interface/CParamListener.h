@@ -7,9 +7,9 @@
 namespace kor
 {
 
-// A client's ear on one parameter: makes a message of each change. It appends to the client's queue under the parameter's
-// lock, so that the messages of a parameter come in the order of its changes, whoever makes them. A name that no parameter
-// has yet is waited for.
+// A client's ear on one parameter: makes a message of each change. It appends to the client's queue under the
+// parameter's lock, so that the messages of a parameter come in the order of its changes, whoever makes them. A name
+// that no parameter has yet is waited for.
 class CParamListener : public CAudioParamChangeHook
 {
 public:
@@ -27,8 +27,8 @@ public:
     /// Sends the whole state once more, or that there is none yet.
     void sendState(CSending kind);
 
-    /// Listens to nothing any more, for good; returns when no message is being made. Whoever holds the listener calls it
-    /// before letting go.
+    /// Listens to nothing any more, for good; returns when no message is being made. Whoever holds the listener calls
+    /// it before letting go.
     void close();
 
     /// Under the parameter's lock.

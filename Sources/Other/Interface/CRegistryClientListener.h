@@ -6,8 +6,8 @@
 namespace kor
 {
 
-// Whoever follows a registry at the client's side. Called on the client's thread out of its event loop; may listen, unlisten
-// and request meanwhile.
+// Whoever follows a registry at the client's side. Called on the client's thread out of its event loop; may listen,
+// unlisten and request meanwhile.
 class CRegistryClientListener
 {
 public:

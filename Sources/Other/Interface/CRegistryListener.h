@@ -8,8 +8,8 @@
 namespace kor
 {
 
-// A client's ear on the names of one registry's presets. Under the interface's message lock, so that the names come in the
-// order of their changes.
+// A client's ear on the names of one registry's presets. Under the interface's message lock, so that the names come in
+// the order of their changes.
 class CRegistryListener
 {
 public:
