@@ -224,6 +224,47 @@ TEST(Presets, BrokenBodiesFailAndChangeNothing)
     EXPECT_LT(peakMegabytes() - before, 64) << "a count was believed before its bytes were there";
 }
 
+// What a body can blow up to: the smallest things there are, each with its own bytes, as a few kilobytes of zlib stream
+// can bring them. An object in memory takes no more than a small multiple of its bytes.
+TEST(Presets, TheSmallestThingsTakeMemoryByTheirBytes)
+{
+#if defined(KOR_SANITIZE)
+    constexpr long mostPerByte = 100;
+#else
+    constexpr long mostPerByte = 32;
+#endif
+    constexpr std::uint32_t count = 100000;
+    const std::string zeros(8 * count, '\0');
+    std::string entries = str("n") + u32(count);
+    for (std::uint32_t i = 0; i < count; ++i)
+        entries += str(std::string(1, static_cast<char>('0' + i % 64)) + static_cast<char>('0' + i / 64 % 64) +
+                       static_cast<char>('0' + i / 4096)) + u32(0);
+    const auto bankOf = [](const std::string& body) { CAudioPresetBank bank; EXPECT_TRUE(succeeded(loaded(bank, body))); };
+    const auto listOf = [](const std::string& body)
+    {
+        CArray<CAudioPresetBank> list;
+        CMemoryIn in(bytesOf(body));
+        EXPECT_TRUE(succeeded(CAudioPresetBank::loadList(in, list)));
+    };
+    const auto presetOf = [](const std::string& body) { CAudioPreset made; EXPECT_TRUE(succeeded(loaded(made, body))); };
+    const struct
+    {
+        const char* what;
+        std::string body;
+        std::function<void(const std::string&)> load;
+    } cases[] = {{"presets", u32(0) + u32(count) + zeros, bankOf},
+                 {"banks", u32(count) + zeros, listOf},
+                 {"entries", entries, presetOf}};
+    const long before = peakMegabytes();
+    std::size_t largest = 0;
+    for (const auto& c : cases)
+    {
+        largest = std::max(largest, c.body.size());
+        c.load(c.body);
+        EXPECT_LT((peakMegabytes() - before) * 1048576, static_cast<long>(largest) * mostPerByte) << c.what;
+    }
+}
+
 RC_GTEST_PROP(Presets, LoadAfterSaveGivesTheSame, ())
 {
     const auto text = [] {

@@ -70,8 +70,9 @@ CByteArray randomBytes(std::mt19937& random)
 {
     const std::size_t sizes[] = {0, 1, 47, 48, 49, random() % 1000, random() % 1000, 100000};
     CByteArray bytes(sizes[random() % 64 == 0 ? 7 : random() % 7]);
-    for (unsigned char& byte : bytes)
-        byte = static_cast<unsigned char>(random());
+    const std::size_t seed = random();
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = static_cast<unsigned char>((i + seed) * 2654435761u >> 13);
     return bytes;
 }
 
@@ -149,7 +150,7 @@ void scatter(CAudioInstance& instance, unsigned seed)
         {
             CAudioParamRequest request;
             request.group = g;
-            request.elementCount = static_cast<int>(random() % 33);
+            request.elementCount = static_cast<int>(random() % (random() % 4 == 0 ? 33 : 5));
             request.cut = true;
             changeAtRandom(*param, request, random);
         }
