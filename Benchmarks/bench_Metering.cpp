@@ -226,7 +226,7 @@ double mean(const std::vector<double>& values)
     return sum / static_cast<double>(values.size());
 }
 
-/// things: how many channels of something are shown. Means count the frames in which a spectrum is computed; medians are
+/// things: how many channels of something are shown. Means count the blocks that compute a spectrum; medians are
 /// free of what the machine does beside.
 void watched(benchmark::State& state, int mode, int bands, const std::vector<std::string>& slots, int things)
 {

@@ -58,8 +58,11 @@ public:
         {
             const auto* one = data.as<Data>();
             EXPECT_NE(one, nullptr);
-            if (one != nullptr && (channel < 0 || one->channel == channel) && (element < 0 || one->element == element) &&
-                (group < 0 || one->group == group))
+            if (one == nullptr)
+                continue;
+            const bool isChannel = channel < 0 || one->channel == channel;
+            const bool isElement = element < 0 || one->element == element;
+            if (isChannel && isElement && (group < 0 || one->group == group))
                 found.push_back(one);
         }
         return found;

@@ -48,7 +48,7 @@ public:
     bool canAdmitVizChange() const noexcept { return vizChangesLeft > 0; }
     bool admitVizChange() noexcept { return --vizChangesLeft >= 0; }
 
-    static constexpr int vizChangesPerSlice = 8;
+    static constexpr int vizChangesPerSlice = 4;
 
     /// Enters the remaps of a definition and everything below it as if its node had this full name, nodes that are not
     /// made yet included, then registers the global parameters of them all.

@@ -68,15 +68,21 @@ CAudioProcessBase* CAudioProcess::findChild(const CStringBuf& childName) const
     return nullptr;
 }
 
+bool CAudioProcess::isTrueNow(const CBypassState& state) const
+{
+    const double value = state.param->values.getValue(group(), 0);
+    const double second = state.andParam != nullptr ? state.andParam->values.getValue(group(), 0) : 0.0;
+    return state.definition->evaluate(value, second);
+}
+
 bool CAudioProcess::evaluateStates()
 {
     bool hasChanged = false;
+    hasTurned = false;
     isVizWaiting = false;
     for (CBypassState& state : states)
     {
-        const double value = state.param->values.getValue(group(), 0);
-        const double second = state.andParam != nullptr ? state.andParam->values.getValue(group(), 0) : 0.0;
-        const bool isTrue = state.definition->evaluate(value, second);
+        const bool isTrue = isTrueNow(state);
         if (isTrue == state.isTrue)
             continue;
         if (state.definition->isForViz() && !context().admitVizChange())
@@ -90,10 +96,24 @@ bool CAudioProcess::evaluateStates()
     return hasChanged;
 }
 
-// What waits for a slice with room leaves all others on the steady path.
+// A change for the display that no slice has had room for leaves the container on the steady path until one has.
 bool CAudioProcess::needsUpdate() const
 {
-    return isLingering || (isVizWaiting && context().canAdmitVizChange());
+    return isLingering || hasTurned || (isVizWaiting && context().canAdmitVizChange());
+}
+
+// A container follows no parameters but those of its bypass states.
+bool CAudioProcess::settlesChanges()
+{
+    takeParamChanges();
+    for (const auto& slot : paramSlots)
+        slot->changeMask = 0;
+    for (const CBypassState& state : states)
+    {
+        if (isTrueNow(state) != state.isTrue)
+            (state.definition->isForViz() ? isVizWaiting : hasTurned) = true;
+    }
+    return !needsUpdate();
 }
 
 void CAudioProcess::update()

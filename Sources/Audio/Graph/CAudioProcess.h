@@ -37,6 +37,7 @@ public:
 protected:
     void describeOutputs() override;
     bool needsUpdate() const override;
+    bool settlesChanges() override;
     bool checkSteady() override;
 
 private:
@@ -48,6 +49,7 @@ private:
         bool isTrue = false;
     };
 
+    bool isTrueNow(const CBypassState& state) const;
     bool evaluateStates();
     void rebuild();
     void makeNodes();
@@ -69,6 +71,7 @@ private:
     CArray<std::size_t> planPorts; // scratch of planSteadyPath, kept for their storage
     CArray<CAudioSteadyPlan::CSource> planSources;
     bool isDirty = true;
+    bool hasTurned = false; // some bypass state has, and the graph does not show it yet
     bool isVizWaiting = false; // a state for the display has changed that no slice had room for yet
     bool isLingering = false; // some node stays in the chain although it is bypassed
     int rebuilds = 0;

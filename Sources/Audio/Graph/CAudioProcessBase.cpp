@@ -252,7 +252,9 @@ void CAudioProcessBase::takeOutputs(CAudioInputs& result)
 
 bool CAudioProcessBase::isSteady()
 {
-    if (!isConfigured || hasChanges() || !timers.empty() || timerEnded || !inputSide->isSettled() || needsUpdate())
+    if (!isConfigured || (hasChanges() && !settlesChanges()))
+        return false;
+    if (!timers.empty() || timerEnded || !inputSide->isSettled() || needsUpdate())
         return false;
     const std::uint64_t mark = graph->collector.deliveryCount();
     if (steadyMark != mark)

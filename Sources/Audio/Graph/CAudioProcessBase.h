@@ -176,6 +176,13 @@ protected:
     /// Adds a slot that is no audio:param-alloc, bound to the parameter of a name relative to this node.
     CAudioParamSlot& bindParam(const CStringBuf& relativeName);
 
+    /// Changes wait, but nothing else has happened: takes them if they call for no update(), which lets the node stay
+    /// on the steady path.
+    virtual bool settlesChanges() { return false; }
+
+    /// Brings the slots up to date and marks in their masks what has changed.
+    void takeParamChanges();
+
     /// True when update() has work beyond changed inputs and parameters.
     virtual bool needsUpdate() const { return false; }
 
@@ -196,7 +203,6 @@ private:
     CError start();
     void bindAllocs();
     int groupToFollow(const CAudioParam& param) const;
-    void takeParamChanges();
     void runTimers();
 
     CStringBuf nameText;

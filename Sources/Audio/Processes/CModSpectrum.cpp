@@ -7,7 +7,10 @@ namespace kor
 void CModSpectrum::listen(const CStretch& stretch)
 {
     for (std::size_t c = 0; c < stretch.modules.size(); ++c)
-        static_cast<CModSpectrumModule&>(*stretch.modules[c]).listen(stretch.inputs[c * stretch.portCount], stretch.count);
+    {
+        CModSpectrumModule& module = static_cast<CModSpectrumModule&>(*stretch.modules[c]);
+        module.listen(stretch.inputs[c * stretch.portCount], stretch.count);
+    }
 }
 
 }

@@ -42,8 +42,6 @@ void CSpectrumAnalyser::prepare(double rateHz, double framesPerSecond)
     primary.values = magnitudes + binRoom;
     second.values = primary.values + binRoom;
     isNew = true;
-    update(settings, true, 0.0);
-    isNew = true;
 }
 
 void CSpectrumAnalyser::update(const CSpectrumSettings& next, bool mustReset, double now) noexcept

@@ -39,7 +39,8 @@ public:
     CSpectrumAnalyser& operator=(const CSpectrumAnalyser&) = delete;
     ~CSpectrumAnalyser();
 
-    /// Allocates. framesPerSecond: above 0. Without memory the analyser takes samples and shows nothing.
+    /// Allocates; an update() follows before anything else. framesPerSecond: above 0. Without memory the analyser takes
+    /// samples and shows nothing.
     void prepare(double rateHz, double framesPerSecond);
 
     /// New settings. now: the time of the next sample in seconds. Starts anew when mustReset or when a setting asks for

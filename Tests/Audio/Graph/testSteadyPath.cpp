@@ -13,7 +13,7 @@ CTreeNode netTree()
 {
     const auto band = process(
         "band", {{"is-stacked", "true"}, {"stack-param", "^count"}},
-        {memory("filter", 0.4),
+        {state(7, "^poke"), memory("filter", 0.4),
          node("test:max", "level", {{"is-terminal-whole", "true"}}, {param("gain", 0.5), slot("gain", 0)}),
          node("test:pass", "pass", {}, {param("port", 1), slot("port", 0)}), node("test:ports", "mix"),
          link("*", "filter"), link("*", "level"), link("filter", "pass/1"), link("*", "pass"), link("pass", "mix"),
@@ -30,8 +30,8 @@ CSignals inBlocks(CGraphBench& bench, const CSignals& in, int block, bool poke)
     const auto step = static_cast<std::size_t>(block);
     for (std::size_t at = 0; at < in[0].size(); at += step)
     {
-        if (poke) // a change that alters nothing keeps every block on the ports
-            bench.set("poke", at % 2 == 0 ? 0.0 : 0.01);
+        if (poke) // a state that nothing refers to keeps every block on the ports by turning
+            bench.set("poke", at / step % 2 == 0 ? 1.0 : 0.0);
         const CSignals piece = bench.run(part(in, at, at + step));
         for (std::size_t c = 0; c < in.size(); ++c)
             out[c] = joined(out[c], piece[c]);

@@ -28,9 +28,10 @@ CVizBench::CVizBench(std::vector<CTreeNode> nodes, CAttrs attrs, double framesPe
     addTestType(creatorRow<CAudioVizCollector>("audio:viz-collector"));
     CTreeNode shared;
     shared.children = {converters(),
-                       node("core:object", "audio", {},
-                            {param("param-enable-viz", 0.0,
-                                   {{"is-global", "true"}, {"is-single-group", "true"}, {"is-single-element", "true"}})})};
+                       node("core:object", "audio", {}, {param("param-enable-viz", 0.0,
+                                                               {{"is-global", "true"},
+                                                                {"is-single-group", "true"},
+                                                                {"is-single-element", "true"}})})};
     CTreeNode root;
     root.children = {node("audio:audio-env", "env", {{"viz-fps", std::to_string(framesPerSecond)}}),
                      node("audio:param-collector", "params"),

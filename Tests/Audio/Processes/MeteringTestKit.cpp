@@ -66,7 +66,8 @@ CSpectrumCase spectrumCase(const json& testCase)
     return read;
 }
 
-void expectPosts(const json& testCase, const std::vector<CSpectrumPost>& first, const std::vector<CSpectrumPost>& second)
+void expectPosts(const json& testCase, const std::vector<CSpectrumPost>& first,
+                 const std::vector<CSpectrumPost>& second)
 {
     const json& out = testCase.at("out");
     EXPECT_EQ(first.size(), out.at("post_count")) << caseName(testCase);

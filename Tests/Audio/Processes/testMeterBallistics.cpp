@@ -25,7 +25,8 @@ std::vector<CMeterReading> readings(CMeterBallistics& meter, const CSignal& x, c
     for (std::size_t at = 0, piece = 1; at < size; ++piece)
     {
         // Cut anywhere, and at the frames' ends.
-        const int count = std::min({static_cast<int>(piece * 37 % 211 + 1), meter.remaining(), static_cast<int>(size - at)});
+        const int wanted = static_cast<int>(std::min(piece * 37 % 211 + 1, size - at));
+        const int count = std::min(wanted, meter.remaining());
         if (meter.process(x.data() + at, y.empty() ? nullptr : y.data() + at, count))
             all.push_back(meter.endFrame());
         at += static_cast<std::size_t>(count);
@@ -69,12 +70,15 @@ TEST(MeterBallistics, ShowsEveryFrameAsTheReference)
         for (const auto& [name, got] : {std::pair("k_rms", meter.rmsCoefficient()),
                                         std::pair("k_release", meter.releaseCoefficient()),
                                         std::pair("k_bias", meter.biasCoefficient())})
-            EXPECT_NEAR(got, out.at(name).get<double>(), 1e-7 * out.at(name).get<double>()) << caseName(testCase) << name;
+            EXPECT_NEAR(got, out.at(name).get<double>(), 1e-7 * out.at(name).get<double>())
+                << caseName(testCase) << name;
 
         std::vector<CMeterPost> posts;
         for (const CMeterReading& reading : readings(meter, read.input, read.input2))
-            posts.push_back({(static_cast<double>(posts.size()) + 0.5) * meter.frameLength() / read.rateHz, reading.value,
-                             reading.peak});
+        {
+            const double middle = (static_cast<double>(posts.size()) + 0.5) * meter.frameLength() / read.rateHz;
+            posts.push_back({middle, reading.value, reading.peak});
+        }
         expectPosts(testCase, posts, out.at("posts"));
     }
 }
