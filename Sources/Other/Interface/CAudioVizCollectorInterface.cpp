@@ -16,7 +16,6 @@ namespace kor
 namespace
 {
 
-constexpr double recentSeconds = 0.1;
 const char* const enableSuffix = "-enable";
 
 int toInt(double value)
@@ -187,15 +186,14 @@ CError CAudioVizCollector::writePending(COutputStream& stream, double now)
         KOR_TRY(stream.writeString(row.slot->name));
         while (const CAudioVizDataPtr data = row.data.takeOldest())
         {
-            if (data->poolClass >= 0 && data->postedAt > now - recentSeconds)
+            if (data->poolClass >= 0 && data->postedAt > now - 1.0 / env->vizFps)
                 ++recent[static_cast<std::size_t>(data->poolClass)];
             KOR_TRY(CAudioVizData::writeAny(stream, *data));
         }
     }
-    // Twice what usually lies there lets the display be late now and then at no cost to the audio thread.
+    // What is stale is used again: with five frames' worth the display may be late at no cost to the audio thread.
     for (int c = 0; c < CAudioVizPool::classCount; ++c)
-        if (const int count = recent[static_cast<std::size_t>(c)]; count > 0)
-            pool->fillUp(c, 2 * count + 2);
+        pool->fillUp(c, 5 * recent[static_cast<std::size_t>(c)]);
     return {};
 }
 
