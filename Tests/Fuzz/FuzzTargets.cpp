@@ -23,6 +23,7 @@ std::span<const CFuzzTarget> fuzzTargets()
         {"PresetText", fuzzPresetText, presetTextSeeds},
         {"State", fuzzState, stateSeeds},
         {"Interface", fuzzInterface, interfaceSeeds},
+        {"Viz", fuzzViz, vizSeeds},
     };
     return targets;
 }

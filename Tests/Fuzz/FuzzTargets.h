@@ -21,6 +21,7 @@ int fuzzList(const unsigned char* data, std::size_t size);          // of banks
 int fuzzPresetText(const unsigned char* data, std::size_t size);    // presets as text
 int fuzzState(const unsigned char* data, std::size_t size);         // a master preset, on a running equalizer
 int fuzzInterface(const unsigned char* data, std::size_t size);     // a client's message to an instance
+int fuzzViz(const unsigned char* data, std::size_t size);           // what the window gets to show
 
 struct CFuzzTarget
 {
@@ -39,6 +40,7 @@ std::vector<std::string> listSeeds();
 std::vector<std::string> presetTextSeeds();
 std::vector<std::string> stateSeeds();
 std::vector<std::string> interfaceSeeds();
+std::vector<std::string> vizSeeds();
 
 /// Starts the application, which several targets need, once.
 void startForFuzzing();
