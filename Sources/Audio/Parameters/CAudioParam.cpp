@@ -179,11 +179,31 @@ void CAudioParam::run(const CAudioParamRequest& request, const CManner& manner)
     store(fitted, manner, recorder);
 }
 
-// One element at a time, so that what follows the parameter sees nothing but ordinary small changes. The change that
-// comes behind the gap is recorded with all of it.
+// One element at a time, so that what follows the parameter sees nothing but ordinary small changes; a gap that no user
+// makes goes at once, since each of its steps would cost all those before it. The change that comes behind the gap is
+// recorded with all of it.
 void CAudioParam::fillGap(int group, int firstElement, const CManner& manner)
 {
-    for (int e = current.elementCount(group); e < firstElement; ++e)
+    constexpr int mostSteps = 256;
+    const int start = current.elementCount(group);
+    if (firstElement - start > mostSteps)
+    {
+        CArray<double> values;
+        for (int e = start; e < firstElement; ++e)
+        {
+            const std::span<const double> value = defaults.element(group, e);
+            values.insert(values.end(), value.begin(), value.end());
+        }
+        CAudioParamRequest request = requestFor(group, start, firstElement - start);
+        request.values = values.data();
+        request.items = &defaults.data();
+        CPrepared prepared;
+        if (values.size() == static_cast<std::size_t>(request.elementCount * request.elementSize) &&
+            prepare(prepared, request))
+            store(prepared.request, manner, nullptr);
+        return;
+    }
+    for (int e = start; e < firstElement; ++e)
     {
         CAudioParamRequest request = requestFor(group, e, 1);
         const std::span<const double> value = defaults.element(group, e);
