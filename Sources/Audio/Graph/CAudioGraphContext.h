@@ -41,12 +41,23 @@ public:
     // makes a block late, each slice has room for a few, and the others wait for the next ones.
 
     /// A slice begins. Audio thread.
-    void beginSlice() noexcept { vizChangesLeft = vizChangesPerSlice; }
+    void beginSlice() noexcept
+    {
+        vizChangesLeft = vizChangesPerSlice;
+        if (hasVizWaiting)
+            ++vizRoundCount;
+        hasVizWaiting = false;
+    }
 
     /// Whether one more node that serves the display only may come or go in this slice; the second uses the place up.
     /// Audio thread.
     bool canAdmitVizChange() const noexcept { return vizChangesLeft > 0; }
     bool admitVizChange() noexcept { return --vizChangesLeft >= 0; }
+
+    /// Somebody has found no place in this slice. The rounds go up with the next one, so that whoever holds nodes asks
+    /// them again. Audio thread.
+    void noteVizWaiting() noexcept { hasVizWaiting = true; }
+    std::uint64_t vizRounds() const noexcept { return vizRoundCount; }
 
     static constexpr int vizChangesPerSlice = 4;
 
@@ -80,6 +91,8 @@ private:
     CLock errorLock;
     CArray<CError> errors;
     int vizChangesLeft = vizChangesPerSlice;
+    bool hasVizWaiting = false;
+    std::uint64_t vizRoundCount = 0;
 };
 
 }

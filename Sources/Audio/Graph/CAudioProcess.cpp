@@ -88,6 +88,7 @@ bool CAudioProcess::evaluateStates()
         if (state.definition->isForViz() && !context().admitVizChange())
         {
             isVizWaiting = true;
+            context().noteVizWaiting();
             continue;
         }
         hasChanged = true;
@@ -99,7 +100,12 @@ bool CAudioProcess::evaluateStates()
 // A change for the display that no slice has had room for leaves the container on the steady path until one has.
 bool CAudioProcess::needsUpdate() const
 {
-    return isLingering || hasTurned || (isVizWaiting && context().canAdmitVizChange());
+    if (isLingering || hasTurned)
+        return true;
+    const bool mustWait = isVizWaiting && !context().canAdmitVizChange();
+    if (mustWait)
+        context().noteVizWaiting();
+    return isVizWaiting && !mustWait;
 }
 
 // A container follows no parameters but those of its bypass states.

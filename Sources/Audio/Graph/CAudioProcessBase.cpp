@@ -256,7 +256,7 @@ bool CAudioProcessBase::isSteady()
         return false;
     if (!timers.empty() || timerEnded || !inputSide->isSettled() || needsUpdate())
         return false;
-    const std::uint64_t mark = graph->collector.deliveryCount();
+    const std::uint64_t mark = graph->collector.deliveryCount() + graph->vizRounds();
     if (steadyMark != mark)
     {
         if (!checkSteady())

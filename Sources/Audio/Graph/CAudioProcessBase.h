@@ -213,7 +213,7 @@ private:
     int elementIndex = 0;
     bool isGroupInstance = false;
     bool isJoining = false;
-    std::uint64_t steadyMark = 0; // deliveries so far when checkSteady() last said yes; 0: not since the last process
+    std::uint64_t steadyMark = 0; // deliveries and rounds so far when checkSteady() last said yes; 0: not since the last process
     std::unique_ptr<CAudioInputs> inputSide;
     CArray<std::unique_ptr<CAudioOutput>> outputSide;
     CArray<CTimer> timers;

@@ -134,6 +134,36 @@ TEST(DisplayedSound, ShowsTheControlSignalOfEveryDynamicBand)
     }
 }
 
+// More bands than a block takes in: none is forgotten, from the first block on or later, in or out.
+TEST(DisplayedSound, ShowsEveryBandOfManyInTheEnd)
+{
+    const char* slot = "modMorvaEQ.modFilter.modMeterEnv";
+    for (const bool listensEarly : {true, false})
+    {
+        CWatchedEqualizer equalizer;
+        equalizer.routeStraight(4);
+        for (const int group : {0, 1})
+        {
+            equalizer.set("modMorvaEQ.eq-params.band-count", 12, group);
+            for (int band = 0; band < 12; ++band)
+                equalizer.setBand(group, band, peaking, 100.0 * (band + 1), 2.0);
+        }
+        if (listensEarly)
+            equalizer.viz.listen(slot);
+        equalizer.start(4);
+        const CSignals in(4, noise(512 * 10));
+        equalizer.run(in);
+        EXPECT_EQ(equalizer.count(slot), listensEarly ? 24 : 0);
+        if (!listensEarly)
+            equalizer.viz.listen(slot);
+        equalizer.run(in);
+        EXPECT_EQ(equalizer.count(slot), 24);
+        equalizer.viz.unlisten(slot);
+        equalizer.run(in);
+        EXPECT_EQ(equalizer.count(slot), 0);
+    }
+}
+
 TEST(DisplayedSound, ShowsASpectrumWithTheSettingsOfItsGroup)
 {
     CWatchedEqualizer equalizer;
