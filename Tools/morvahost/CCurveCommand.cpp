@@ -3,7 +3,7 @@
 
 #include "CBandChain.h"
 #include "CHostSession.h"
-#include "CParamAssignments.h"
+#include "CHostSettings.h"
 #include "CPendingFile.h"
 #include "CStateFile.h"
 
@@ -18,7 +18,7 @@ namespace
 {
 
 constexpr COptionSpec curveOptions[] = {
-    {"--set", "KEY[g,e]=TEXT", "give a parameter a value; see `morvahost render --help`", true},
+    CHostSettings::setOption,
     CStateFile::stateOption,
     CStateFile::programOption,
     {"--group", "G", "the channel group whose bands are shown (default 0)"},
@@ -117,19 +117,15 @@ COutcome CCurveCommand::run(const COptions& options)
             return COutcome::wrongUsage(KOR_FAIL("--at gives numbers: use --json or a .csv file"));
         MORVA_USAGE(readFrequencyList(options.text("--at"), 0.5 * rate, frequencies));
     }
-    CParamAssignments assignments;
-    MORVA_USAGE(assignments.parse(options.texts("--set")));
-    MORVA_USAGE(CStateFile::check(options));
+    CHostSettings settings;
+    MORVA_USAGE(settings.read(options));
 
     CHostSession session;
     KOR_TRY(session.start());
     int group = 0;
     MORVA_USAGE(options.readInt("--group", 0, session.instance().groupCount() - 1, group));
-    MORVA_USAGE(assignments.resolve(session.instance()));
-    KOR_TRY(CStateFile::load(options, session.instance()));
-    assignments.give(session.instance());
-    for (const std::string& note : assignments.notes())
-        std::fprintf(stderr, "morvahost: note: %s\n", note.c_str());
+    MORVA_USAGE(settings.resolve(session.instance()));
+    KOR_TRY(settings.give(options, session.instance()));
 
     CBandChain chain;
     KOR_TRY(chain.open(session.instance(), group, rate));

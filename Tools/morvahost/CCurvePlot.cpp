@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "CCurvePlot.h"
 
+#include "SvgText.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -12,50 +14,13 @@ namespace
 {
 
 constexpr double width = 960.0;
-constexpr double left = 64.0;
-constexpr double right = 932.0;
+constexpr double left = svgLeft;
+constexpr double right = svgRight;
 constexpr double top = 66.0;
 constexpr double bottom = 436.0;
 constexpr double legendTop = 488.0;
 constexpr double legendRow = 24.0;
 constexpr int legendColumns = 3;
-
-// Told apart by hue and by lightness, so that they stay distinct without colour vision.
-constexpr const char* bandColours[] = {"#2f6fbb", "#d0662b", "#2e8b62", "#a24a9c", "#b3882a", "#3b93a8", "#b8434e", "#6b6f2f"};
-
-const char* colourOf(std::size_t band)
-{
-    return bandColours[band % std::size(bandColours)];
-}
-
-std::string fixed(double value)
-{
-    char buffer[48];
-    std::snprintf(buffer, sizeof buffer, "%.2f", value == 0.0 ? 0.0 : value);
-    return buffer;
-}
-
-std::string escaped(const std::string& text)
-{
-    std::string out;
-    for (const char c : text)
-        if (c == '<')
-            out += "&lt;";
-        else if (c == '>')
-            out += "&gt;";
-        else if (c == '&')
-            out += "&amp;";
-        else
-            out += c;
-    return out;
-}
-
-std::string frequencyLabel(double hz)
-{
-    char buffer[32];
-    std::snprintf(buffer, sizeof buffer, hz < 1000.0 ? "%g" : "%gk", hz < 1000.0 ? hz : hz / 1000.0);
-    return buffer;
-}
 
 }
 
@@ -100,32 +65,13 @@ std::string CCurvePlot::line(const std::vector<double>& db) const
         px.push_back(x(curve.frequenciesHz[i]));
         py.push_back(y(db[i]));
     }
-    // Leaves out what a straight line between its neighbours shows as well: most of a curve is flat.
-    constexpr double invisible = 0.02;
-    const auto isStraight = [&](std::size_t from, std::size_t to)
-    {
-        for (std::size_t i = from + 1; i < to; ++i)
-        {
-            const double share = (px[i] - px[from]) / (px[to] - px[from]);
-            if (std::abs(py[from] + share * (py[to] - py[from]) - py[i]) > invisible)
-                return false;
-        }
-        return true;
-    };
-    std::string path = "M" + fixed(px[0]) + " " + fixed(py[0]);
-    std::size_t kept = 0;
-    for (std::size_t i = 1; i < px.size(); ++i)
-        if (i + 1 == px.size() || !isStraight(kept, i + 1))
-        {
-            path += "L" + fixed(px[i]) + " " + fixed(py[i]);
-            kept = i;
-        }
-    return path;
+    return svgLine(px, py);
 }
 
 std::string CCurvePlot::area(const std::vector<double>& db) const
 {
-    return line(db) + "L" + fixed(right) + " " + fixed(y(0.0)) + "L" + fixed(left) + " " + fixed(y(0.0)) + "Z";
+    return line(db) + "L" + svgNumber(right) + " " + svgNumber(y(0.0)) + "L" + svgNumber(left) + " " +
+           svgNumber(y(0.0)) + "Z";
 }
 
 std::string CCurvePlot::grid() const
@@ -133,31 +79,24 @@ std::string CCurvePlot::grid() const
     std::string minor;
     std::string major;
     std::string labels;
-    for (double decade = std::pow(10.0, std::floor(std::log10(lowHz))); decade <= highHz; decade *= 10.0)
-        for (int digit = 1; digit <= 9; ++digit)
-        {
-            const double hz = decade * digit;
-            if (hz < lowHz * 0.9999 || hz > highHz * 1.0001)
-                continue;
-            std::string& path = digit == 1 ? major : minor;
-            path += "M" + fixed(x(hz)) + " " + fixed(top) + "V" + fixed(bottom);
-            if (digit == 1 || digit == 2 || digit == 5)
-                labels += "<text x=\"" + fixed(x(hz)) + "\" y=\"" + fixed(bottom + 20.0) +
-                          "\" text-anchor=\"middle\">" + frequencyLabel(hz) + "</text>\n";
-        }
+    for (const CSvgGridLine& tick : svgFrequencyGrid(lowHz, highHz))
+    {
+        (tick.isDecade ? major : minor) += "M" + svgNumber(x(tick.hz)) + " " + svgNumber(top) + "V" + svgNumber(bottom);
+        if (!tick.label.empty())
+            labels += "<text x=\"" + svgNumber(x(tick.hz)) + "\" y=\"" + svgNumber(bottom + 20.0) +
+                      "\" text-anchor=\"middle\">" + tick.label + "</text>\n";
+    }
     for (double db = bottomDb; db <= topDb + 0.001; db += stepDb)
     {
         if (db != 0.0)
-            minor += "M" + fixed(left) + " " + fixed(y(db)) + "H" + fixed(right);
-        char text[16];
-        std::snprintf(text, sizeof text, db > 0.0 ? "+%g" : db < 0.0 ? "\u2212%g" : "0", std::abs(db));
-        labels += "<text x=\"" + fixed(left - 10.0) + "\" y=\"" + fixed(y(db) + 4.0) + "\" text-anchor=\"end\">" + text +
-                  "</text>\n";
+            minor += "M" + svgNumber(left) + " " + svgNumber(y(db)) + "H" + svgNumber(right);
+        labels += "<text x=\"" + svgNumber(left - 10.0) + "\" y=\"" + svgNumber(y(db) + 4.0) +
+                  "\" text-anchor=\"end\">" + svgSigned(db) + "</text>\n";
     }
     return "<path d=\"" + minor + "\" class=\"minor\"/>\n<path d=\"" + major + "\" class=\"major\"/>\n<path d=\"M" +
-           fixed(left) + " " + fixed(y(0.0)) + "H" + fixed(right) + "\" class=\"zero\"/>\n<g class=\"label\">\n" +
-           labels + "<text x=\"" + fixed(left - 10.0) + "\" y=\"" + fixed(top - 14.0) +
-           "\" text-anchor=\"end\">dB</text>\n<text x=\"" + fixed(right) + "\" y=\"" + fixed(bottom + 38.0) +
+           svgNumber(left) + " " + svgNumber(y(0.0)) + "H" + svgNumber(right) + "\" class=\"zero\"/>\n<g class=\"label\">\n" +
+           labels + "<text x=\"" + svgNumber(left - 10.0) + "\" y=\"" + svgNumber(top - 14.0) +
+           "\" text-anchor=\"end\">dB</text>\n<text x=\"" + svgNumber(right) + "\" y=\"" + svgNumber(bottom + 38.0) +
            "\" text-anchor=\"end\">Hz</text>\n</g>\n";
 }
 
@@ -166,7 +105,7 @@ std::string CCurvePlot::curves() const
     std::string text;
     for (std::size_t i = 0; i < curve.bands.size(); ++i)
     {
-        const std::string colour = colourOf(i);
+        const std::string colour = svgColour(i);
         text += "<path d=\"" + area(curve.bands[i].db) + "\" fill=\"" + colour + "\" fill-opacity=\"0.10\"/>\n";
         text += "<path d=\"" + line(curve.bands[i].db) + "\" class=\"band\" stroke=\"" + colour + "\"/>\n";
     }
@@ -183,10 +122,10 @@ std::string CCurvePlot::marks() const
         const CResponseBand& band = curve.bands[i];
         if (band.frequencyHz < lowHz || band.frequencyHz > highHz)
             continue;
-        const std::string px = fixed(x(band.frequencyHz));
+        const std::string px = svgNumber(x(band.frequencyHz));
         const double py = std::clamp(y(band.markDb), top + 10.0, bottom - 10.0);
-        text += "<circle cx=\"" + px + "\" cy=\"" + fixed(py) + "\" r=\"9.5\" fill=\"" + colourOf(i) +
-                "\" class=\"mark\"/>\n<text x=\"" + px + "\" y=\"" + fixed(py + 4.0) + "\" class=\"number\">" +
+        text += "<circle cx=\"" + px + "\" cy=\"" + svgNumber(py) + "\" r=\"9.5\" fill=\"" + svgColour(i) +
+                "\" class=\"mark\"/>\n<text x=\"" + px + "\" y=\"" + svgNumber(py + 4.0) + "\" class=\"number\">" +
                 std::to_string(band.element + 1) + "</text>\n";
     }
     return text;
@@ -200,10 +139,10 @@ std::string CCurvePlot::legend() const
         const std::size_t row = i / legendColumns;
         const double px = left + (right - left) * static_cast<double>(i % legendColumns) / legendColumns;
         const double py = legendTop + legendRow * static_cast<double>(row);
-        text += "<circle cx=\"" + fixed(px + 8.0) + "\" cy=\"" + fixed(py) + "\" r=\"8\" fill=\"" + colourOf(i) +
-                "\"/>\n<text x=\"" + fixed(px + 8.0) + "\" y=\"" + fixed(py + 4.0) + "\" class=\"number\">" +
-                std::to_string(curve.bands[i].element + 1) + "</text>\n<text x=\"" + fixed(px + 24.0) + "\" y=\"" +
-                fixed(py + 4.5) + "\" class=\"entry\">" + escaped(curve.bands[i].text) + "</text>\n";
+        text += "<circle cx=\"" + svgNumber(px + 8.0) + "\" cy=\"" + svgNumber(py) + "\" r=\"8\" fill=\"" + svgColour(i) +
+                "\"/>\n<text x=\"" + svgNumber(px + 8.0) + "\" y=\"" + svgNumber(py + 4.0) + "\" class=\"number\">" +
+                std::to_string(curve.bands[i].element + 1) + "</text>\n<text x=\"" + svgNumber(px + 24.0) + "\" y=\"" +
+                svgNumber(py + 4.5) + "\" class=\"entry\">" + svgEscaped(curve.bands[i].text) + "</text>\n";
     }
     return text;
 }
@@ -211,40 +150,17 @@ std::string CCurvePlot::legend() const
 std::string CCurvePlot::svg() const
 {
     const double height = legendTop - 14.0 + legendRow * std::max(0, legendRows) + 6.0;
-    const std::string size = fixed(width) + " " + fixed(height);
-    char rate[32];
-    std::snprintf(rate, sizeof rate, "%g kHz", curve.sampleRate / 1000.0);
-    std::string text = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " + size + "\" width=\"" +
-                       fixed(width) + "\" height=\"" + fixed(height) + "\" role=\"img\">\n";
-    text += "<title>Magnitude response of the MorvaEQ equalizer</title>\n"
-            "<style>\n"
-            "text { font-family: 'Inter', 'Helvetica Neue', 'DejaVu Sans', Arial, sans-serif; }\n"
-            ".label text { font-size: 12px; fill: #6a7178; }\n"
-            ".minor { stroke: #e6e8ea; fill: none; }\n"
-            ".major { stroke: #cfd4d8; fill: none; }\n"
-            ".zero { stroke: #9aa2a9; fill: none; }\n"
-            ".band { fill: none; stroke-width: 1.4; stroke-opacity: 0.75; stroke-linejoin: round; }\n"
-            ".sum { fill: none; stroke: #1d2733; stroke-width: 2.6; stroke-linejoin: round; }\n"
-            ".fill { fill: url(#under); }\n"
-            ".mark { stroke: #ffffff; stroke-width: 1.6; }\n"
-            ".number { font-size: 11px; font-weight: 700; fill: #ffffff; text-anchor: middle; }\n"
-            ".entry { font-size: 13px; fill: #333b43; }\n"
-            ".title { font-size: 17px; font-weight: 600; fill: #1d2733; }\n"
-            ".note { font-size: 13px; fill: #6a7178; }\n"
-            "</style>\n<defs>\n"
+    char note[96];
+    std::snprintf(note, sizeof note, "magnitude response at %g kHz, group %d", curve.sampleRate / 1000.0, curve.group);
+    std::string text = svgOpening("Magnitude response of the MorvaEQ equalizer", note, width, height);
+    text += "<defs>\n"
             "<linearGradient id=\"under\" gradientUnits=\"userSpaceOnUse\" x1=\"0\" x2=\"0\" y1=\"" +
-            fixed(top) + "\" y2=\"" + fixed(bottom) +
+            svgNumber(top) + "\" y2=\"" + svgNumber(bottom) +
             "\">\n<stop offset=\"0\" stop-color=\"#3d6ea8\" stop-opacity=\"0.30\"/>\n"
-            "<stop offset=\"" + fixed((y(0.0) - top) / (bottom - top)) +
+            "<stop offset=\"" + svgNumber((y(0.0) - top) / (bottom - top)) +
             "\" stop-color=\"#3d6ea8\" stop-opacity=\"0.06\"/>\n"
-            "<stop offset=\"1\" stop-color=\"#3d6ea8\" stop-opacity=\"0.30\"/>\n</linearGradient>\n"
-            "<clipPath id=\"frame\"><rect x=\"" + fixed(left) + "\" y=\"" + fixed(top) + "\" width=\"" +
-            fixed(right - left) + "\" height=\"" + fixed(bottom - top) + "\"/></clipPath>\n</defs>\n";
-    text += "<rect x=\"0.5\" y=\"0.5\" width=\"" + fixed(width - 1.0) + "\" height=\"" + fixed(height - 1.0) +
-            "\" rx=\"12\" fill=\"#fcfcfb\" stroke=\"#dfe2e5\"/>\n";
-    text += "<text x=\"" + fixed(left) + "\" y=\"34\" class=\"title\">MorvaEQ</text>\n<text x=\"" +
-            fixed(right) + "\" y=\"34\" text-anchor=\"end\" class=\"note\">magnitude response at " + rate +
-            ", group " + std::to_string(curve.group) + "</text>\n";
+            "<stop offset=\"1\" stop-color=\"#3d6ea8\" stop-opacity=\"0.30\"/>\n</linearGradient>\n" +
+            svgClip("frame", left, top, right, bottom) + "</defs>\n";
     text += grid() + "<g clip-path=\"url(#frame)\">\n" + curves() + "</g>\n" + marks() + legend() + "</svg>\n";
     return text;
 }

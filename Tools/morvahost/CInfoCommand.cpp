@@ -2,8 +2,8 @@
 #include "CInfoCommand.h"
 
 #include "CHostSession.h"
+#include "CHostSettings.h"
 #include "CInfoReport.h"
-#include "CParamAssignments.h"
 #include "CStateFile.h"
 #include "DefaultRouting.h"
 
@@ -18,7 +18,7 @@ namespace
 {
 
 constexpr COptionSpec infoOptions[] = {
-    {"--set", "KEY[g,e]=TEXT", "give a parameter a value; see `morvahost render --help`", true},
+    CHostSettings::setOption,
     CStateFile::stateOption,
     CStateFile::programOption,
     {"--rate", "R", "sample rate in Hz, 8000 to 768000 (default 48000)"},
@@ -57,19 +57,15 @@ COutcome CInfoCommand::run(const COptions& options)
     MORVA_USAGE(options.readNumber("--rate", 8000.0, 768000.0, rate));
     int channels = 2;
     MORVA_USAGE(options.readInt("--channels", 1, 16, channels));
-    CParamAssignments assignments;
-    MORVA_USAGE(assignments.parse(options.texts("--set")));
-    MORVA_USAGE(CStateFile::check(options));
+    CHostSettings settings;
+    MORVA_USAGE(settings.read(options));
 
     CHostSession session;
     KOR_TRY(session.start());
     CAudioInstance& instance = session.instance();
-    MORVA_USAGE(assignments.resolve(instance));
+    MORVA_USAGE(settings.resolve(instance));
     routeByDefault(instance, channels, channels);
-    KOR_TRY(CStateFile::load(options, instance));
-    assignments.give(instance);
-    for (const std::string& note : assignments.notes())
-        std::fprintf(stderr, "morvahost: note: %s\n", note.c_str());
+    KOR_TRY(settings.give(options, instance));
     KOR_TRY(instance.graph().setLayout(instance.defaultGrouping(channels), rate));
 
     CInfoReport report;

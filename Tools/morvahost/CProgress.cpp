@@ -8,8 +8,8 @@
 namespace kor
 {
 
-CProgress::CProgress(std::string what)
-    : label(std::move(what)), isTerminal(::isatty(STDERR_FILENO) != 0), start(std::chrono::steady_clock::now()),
+CProgress::CProgress(const char* what)
+    : label(what != nullptr ? what : ""), isTerminal(what != nullptr && ::isatty(STDERR_FILENO) != 0), start(std::chrono::steady_clock::now()),
       lastDrawn(start)
 {
 }

@@ -11,7 +11,8 @@ namespace kor
 class CProgress
 {
 public:
-    explicit CProgress(std::string what);
+    /// what: what is done, null to show nothing.
+    explicit CProgress(const char* what);
 
     /// Wipes the line, so that a message or the result can stand in its place.
     ~CProgress();

@@ -3,8 +3,8 @@
 
 #include "CAutomation.h"
 #include "CHostSession.h"
+#include "CHostSettings.h"
 #include "CInterrupt.h"
-#include "CParamAssignments.h"
 #include "CRenderJob.h"
 #include "CStateFile.h"
 #include "DefaultRouting.h"
@@ -29,7 +29,7 @@ constexpr int mostChannels = 16;                    // what a host may have
 constexpr COptionSpec renderOptions[] = {
     {"--in", "FILE", "the recording: any format that libsndfile reads"},
     {"--out", "FILE", "the result: a WAV file with the same rate and channels"},
-    {"--set", "KEY[g,e]=TEXT", "give a parameter a value; any number of times", true},
+    CHostSettings::setOption,
     CStateFile::stateOption,
     CStateFile::programOption,
     {"--save-state", "FILE", "write the state at the start, as a project would keep it"},
@@ -44,7 +44,7 @@ constexpr COptionSpec renderOptions[] = {
 
 void note(const std::string& text)
 {
-    std::fprintf(stderr, "morvahost: note: %s\n", text.c_str());
+    CHostSettings::note(text);
 }
 
 std::string decibels(double peak)
@@ -148,14 +148,13 @@ COutcome CRenderCommand::run(const COptions& options)
     setup.isDouble = options.has("--double");
     MORVA_USAGE(options.readInt("--block", 1, 65536, setup.blockSize));
     MORVA_USAGE(options.readInt("--channels", 1, mostChannels, setup.graphChannels));
-    CParamAssignments assignments;
-    MORVA_USAGE(assignments.parse(options.texts("--set")));
-    MORVA_USAGE(CStateFile::check(options));
+    CHostSettings settings;
+    MORVA_USAGE(settings.read(options));
 
     CHostSession session;
     KOR_TRY(session.start());
     CAudioInstance& instance = session.instance();
-    MORVA_USAGE(assignments.resolve(instance));
+    MORVA_USAGE(settings.resolve(instance));
 
     CAutomation automation;
     if (options.has("--automate"))
@@ -174,16 +173,13 @@ COutcome CRenderCommand::run(const COptions& options)
     if (setup.graphChannels == 0)
         setup.graphChannels = reader.channelCount();
     routeByDefault(instance, setup.graphChannels, reader.channelCount());
-    KOR_TRY(CStateFile::load(options, instance));
-    assignments.give(instance);
+    KOR_TRY(settings.give(options, instance));
     setup.events = automation.events();
     for (; !setup.events.empty() && setup.events.front().frame == 0; setup.events = setup.events.subspan(1))
         setup.events.front().setting.give();
-    for (const std::string& text : assignments.notes())
-        note(text);
     for (const std::string& text : automation.notes())
         note(text);
-    noteSilentGroups(assignments, usedGroups(instance, setup.graphChannels));
+    noteSilentGroups(settings.assignments(), usedGroups(instance, setup.graphChannels));
     noteSilentChannels(instance, reader.channelCount());
     noteLateEvents(setup.events, reader.frameCount());
 
@@ -191,7 +187,7 @@ COutcome CRenderCommand::run(const COptions& options)
 
     const auto start = std::chrono::steady_clock::now();
     KOR_TRY(instance.graph().setLayout(instance.defaultGrouping(setup.graphChannels), reader.sampleRate()));
-    CRenderJob job(instance.graph(), reader, writer, setup);
+    CRenderJob job(instance.graph(), reader, &writer, setup);
     KOR_TRY(job.run());
     const double took = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     instance.graph().stop();

@@ -12,7 +12,7 @@
 namespace kor
 {
 
-CRenderJob::CRenderJob(CAudioGraphHost& host, CWaveReader& input, CWaveWriter& output, const CRenderSetup& setup)
+CRenderJob::CRenderJob(CAudioGraphHost& host, CWaveReader& input, CWaveWriter* output, const CRenderSetup& setup)
     : graph(host), reader(input), writer(output), channels(input.channelCount()), how(setup)
 {
     const auto size = static_cast<std::size_t>(how.blockSize);
@@ -26,7 +26,7 @@ CError CRenderJob::run()
 {
     const std::int64_t frames = reader.frameCount();
     const std::int64_t latency = graph.latency();
-    CProgress progress("equalizing");
+    CProgress progress(how.what);
     for (std::int64_t position = 0; position < frames + latency;)
     {
         if (CInterrupt::isAsked())
@@ -37,6 +37,8 @@ CError CRenderJob::run()
         const int early = static_cast<int>(std::clamp<std::int64_t>(latency - position, 0, count));
         KOR_TRY(writeBlock(early, count));
         position += count;
+        if (how.afterBlock)
+            KOR_TRY(how.afterBlock(std::max<std::int64_t>(position - latency, 0)));
         progress.show(static_cast<double>(position) / static_cast<double>(frames + latency));
     }
     return {};
@@ -100,7 +102,7 @@ CError CRenderJob::writeBlock(int skipped, int count)
             interleaved[static_cast<std::size_t>(i * channels + c)] = sample;
         }
     }
-    return writer.write(interleaved.data(), kept);
+    return writer != nullptr ? writer->write(interleaved.data(), kept) : CError();
 }
 
 }

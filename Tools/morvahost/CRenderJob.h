@@ -8,6 +8,7 @@
 #include "Core/CError.h"
 
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <vector>
 
@@ -19,11 +20,15 @@ class CAudioGraphHost;
 /// How a recording meets the graph.
 struct CRenderSetup
 {
+    const char* what = "equalizing";    // for the line that shows progress; null for none
     int blockSize = 512;            // samples a call, 1 or more
     bool isDouble = false;          // samples cross the host's border as doubles, else as single precision numbers, as in
                                     // most workstations
     int graphChannels = 0;          // of the graph's layout; those beyond the recording's are silent
     std::span<const CAutomationEvent> events;   // by time; must outlive the job
+
+    /// Called behind each block with the frames of the result so far, if there is anything to call. A failure ends the job.
+    std::function<CError(std::int64_t done)> afterBlock;
 };
 
 // Streams a recording through a graph, block by block as a host would, with blocks cut where a parameter changes. Takes
@@ -31,7 +36,8 @@ struct CRenderSetup
 class CRenderJob
 {
 public:
-    CRenderJob(CAudioGraphHost& host, CWaveReader& input, CWaveWriter& output, const CRenderSetup& setup);
+    /// output: null when the result is only listened to.
+    CRenderJob(CAudioGraphHost& host, CWaveReader& input, CWaveWriter* output, const CRenderSetup& setup);
 
     /// Fails with a broken input or output, or when the user asks to stop; then nothing has been written for good.
     CError run();
@@ -53,7 +59,7 @@ private:
 
     CAudioGraphHost& graph;
     CWaveReader& reader;
-    CWaveWriter& writer;
+    CWaveWriter* writer;
     int channels;
     CRenderSetup how;
     std::size_t nextEvent = 0;

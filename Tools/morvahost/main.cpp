@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "CAnalyseCommand.h"
 #include "CCurveCommand.h"
 #include "CInfoCommand.h"
 #include "CPresetCommand.h"
 #include "CRenderCommand.h"
 #include "CTreeCommand.h"
+#include "CWatchCommand.h"
 #include "NearNames.h"
 
 #include <cstdio>
@@ -48,10 +50,12 @@ int main(int argumentCount, char** arguments)
 {
     CRenderCommand render;
     CCurveCommand curve;
+    CAnalyseCommand analyse;
+    CWatchCommand watch;
     CInfoCommand info;
     CTreeCommand tree;
     CPresetCommand preset;
-    const std::vector<CCommand*> commands = {&render, &curve, &info, &preset, &tree};
+    const std::vector<CCommand*> commands = {&render, &curve, &analyse, &watch, &info, &preset, &tree};
 
     const std::string word = argumentCount > 1 ? arguments[1] : "";
     if (word.empty())
