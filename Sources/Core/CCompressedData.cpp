@@ -15,7 +15,6 @@ namespace
 
 constexpr std::size_t firstRoom = 65536;
 constexpr std::size_t worthAsking = std::size_t{16} << 20;
-constexpr std::size_t largestData = 0xFFFFFFFFu - 63;
 
 std::uint32_t checksumOf(std::uint32_t size) noexcept
 {
@@ -38,7 +37,7 @@ bool isAvailable(std::size_t bytes) noexcept
 
 // Room doubles as data arrives, so that a false size field costs no more than the data that really comes. The bound:
 // deflate makes at most 1032 bytes of one, and while room grows the old and the new, twice as large, are there together,
-// so a block of n bytes costs at most 3 x 1032 x n bytes, or 64 KB.
+// so a block of n bytes costs at most 3 x 1032 x n bytes, or 64 KB, and never more than three times largestData.
 CError inflateAll(CInputZipStream& zip, CByteArray& data, std::size_t size)
 {
     while (data.size() < size)
@@ -76,6 +75,8 @@ CError CInputStream::readCompressedData(CByteArray& out, std::uint32_t id)
     if (foundChecksum != checksum)
         return KOR_FAIL("Invalid CRC encountered when reading compressed data (expected %1, read %2).", checksum,
                         foundChecksum);
+    if (size > largestData)
+        return KOR_FAIL("Compressed data cannot have a size of %1 bytes.", size);
     CInputZipStream zip;
     KOR_TRY(zip.open(this));
     CByteArray data;
@@ -86,7 +87,7 @@ CError CInputStream::readCompressedData(CByteArray& out, std::uint32_t id)
 
 CError COutputStream::writeCompressedData(const void* data, std::int64_t size, std::uint32_t id)
 {
-    if (size < 0 || static_cast<std::uint64_t>(size) > largestData)
+    if (size < 0 || size > CInputStream::largestData)
         return KOR_FAIL("Compressed data cannot have a size of %1 bytes.", static_cast<long long>(size));
     const auto size32 = static_cast<std::uint32_t>(size);
     KOR_TRY(writeU32(id));

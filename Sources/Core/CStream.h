@@ -69,6 +69,10 @@ public:
     /// The container of all persistent data: id, size, checksum of the size, one zlib stream. On failure `out` is
     /// untouched. Memory is taken as bytes arrive, never on the word of the size field alone.
     CError readCompressedData(CByteArray& out, std::uint32_t id);
+
+    /// Bytes that such a container holds at most, read or written: hundreds of times the largest state there is, and what
+    /// keeps a small file that inflates without end from taking a host's memory.
+    static constexpr std::int64_t largestData = std::int64_t{64} << 20;
 };
 
 // A sink of bytes. `write` is all or failure.

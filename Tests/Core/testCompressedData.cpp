@@ -212,11 +212,11 @@ TEST(CompressedData, RefusesWhatItsHeaderOrItsChecksumContradict)
 
     CWriteSeqBuffer buffer;
     EXPECT_TRUE(buffer.writeCompressedData(data.data(), -1, id));
-    EXPECT_TRUE(buffer.writeCompressedData(data.data(), std::int64_t{1} << 32, id));
+    EXPECT_TRUE(buffer.writeCompressedData(data.data(), CInputStream::largestData + 1, id));
     EXPECT_EQ(buffer.size(), 0);
 }
 
-// A size field of 4 GB over a short stream must not cost memory.
+// A false size field over a short stream must not cost memory.
 TEST(CompressedData, TakesMemoryOnlyForBytesThatArrive)
 {
 #if defined(KOR_SANITIZE)
@@ -226,7 +226,7 @@ TEST(CompressedData, TakesMemoryOnlyForBytesThatArrive)
 #endif
     for (const std::size_t size : {100, 16 << 20})      // the second is a bomb: 16 KB that inflate to 16 MB
     {
-        const CByteArray block = blockOf(CByteArray(size), 0xFFFFFF00u);
+        const CByteArray block = blockOf(CByteArray(size), static_cast<std::uint32_t>(CInputStream::largestData));
         rusage before;
         getrusage(RUSAGE_SELF, &before);
         CByteArray out;
@@ -235,6 +235,9 @@ TEST(CompressedData, TakesMemoryOnlyForBytesThatArrive)
         getrusage(RUSAGE_SELF, &after);
         EXPECT_LT(after.ru_maxrss - before.ru_maxrss, mostKilobytes) << size;
     }
+    CByteArray out;
+    EXPECT_EQ(messageOf(blockOf(CByteArray(100), 0xFFFFFF00u), out),
+              "Compressed data cannot have a size of 4294967040 bytes.");
 }
 
 TEST(CompressedData, PassesOnFailuresOfTheStreamsBelow)

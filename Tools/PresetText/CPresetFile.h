@@ -22,7 +22,7 @@ class CPresetFile
 public:
     /// Largest body, inflated, that is read or made: a thousand times what the largest bank of ours takes, and little
     /// enough for any machine.
-    static constexpr std::size_t largestBody = std::size_t{64} << 20;
+    static constexpr std::size_t largestBody = CInputStream::largestData;
 
     CPresetFileKind kind = CPresetFileKind::preset;
 
