@@ -5,6 +5,7 @@
 #include "VizTestKit.h"
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 
 namespace kor::test
@@ -244,11 +245,12 @@ TEST(VizImport, ThreadsMeetNowhereButInTheChannels)
                 spectrum->group = g;
                 instance.viz->post(slot, std::move(spectrum));
             }
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
         }
     };
-    const auto watch = [&](CVizInstance& instance, int rounds)
+    const auto watch = [&](CVizInstance& instance)
     {
-        for (int i = 0; i < rounds; ++i)
+        for (int i = 0; !isOver; ++i)
         {
             CAudioVizSlot& slot = instance.viz->getSlot(spectrumName);
             instance.viz->addLocalListener(slot);
@@ -264,6 +266,7 @@ TEST(VizImport, ThreadsMeetNowhereButInTheChannels)
             instance.exportNames();
             instance.viz->removeImport(i % 3, spectrumName);
             instance.viz->removeLocalListener(slot);
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
         }
     };
     for (CVizInstance* instance : {&a, &b})
@@ -271,8 +274,9 @@ TEST(VizImport, ThreadsMeetNowhereButInTheChannels)
     reader.viz->addImport(0, spectrumName);
     reader.viz->addImport(1, spectrumName);
     std::thread players[] = {std::thread(play, std::ref(a)), std::thread(play, std::ref(b))};
-    std::thread watchers[] = {std::thread(watch, std::ref(a), 300), std::thread(watch, std::ref(b), 300)};
-    for (int i = 0; i < 30; ++i)
+    std::thread watchers[] = {std::thread(watch, std::ref(a)), std::thread(watch, std::ref(b))};
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    for (int i = 0; i < 30 || (seen < 200 && std::chrono::steady_clock::now() < deadline); ++i)
     {
         CVizInstance passing(tree, "passing");
         passing.set("export", 0, 0, 3.0);
@@ -283,12 +287,12 @@ TEST(VizImport, ThreadsMeetNowhereButInTheChannels)
             EXPECT_GE(item.data->source, 0);
         seen += static_cast<int>(reader.fetch().items.size());
     }
+    isOver = true;
     for (std::thread& watcher : watchers)
         watcher.join();
-    isOver = true;
     for (std::thread& player : players)
         player.join();
-    EXPECT_GT(seen, 0);
+    EXPECT_GE(seen, 200);
 }
 
 }
