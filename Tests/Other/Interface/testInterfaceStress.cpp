@@ -247,6 +247,7 @@ CRunResult runTogether(CAudioInstance& instance, const std::vector<CAudioParam*>
     };
     std::atomic<int> phase{running};
     std::atomic<int> stopped{0};
+    std::atomic<int> compared{0};
     CAutomation automation;
     const auto window = [&](std::size_t index)
     {
@@ -258,6 +259,10 @@ CRunResult runTogether(CAudioInstance& instance, const std::vector<CAudioParam*>
         while (phase != quiet)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         result.differences[index] = own.compare();
+        // A window that goes ends what it left open, which the other one would see in the middle of its comparison.
+        ++compared;
+        while (compared != 2)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
     };
     std::thread windows[] = {std::thread(window, 0), std::thread(window, 1)};
     std::thread host(
