@@ -54,7 +54,7 @@ COutcome CAnalysisRun::open(const COptions& options)
     KOR_TRY(chain.open(instance, group, rate));
     seen.response = chain.response(chain.drawnFrequencies(20.0, std::min(20000.0, 0.5 * rate), responsePoints));
 
-    KOR_TRY(instance.graph().setLayout(instance.defaultGrouping(channels), rate));
+    KOR_TRY(instance.start(channels, channels, rate));
     KOR_TRY(client.open(instance));
     return seen.listen(client, group, wantsSecond);
 }
@@ -72,7 +72,7 @@ CError CAnalysisRun::run(const char* what, const std::function<CError(double sec
     };
     CRenderJob job(session.instance().graph(), reader, nullptr, setup);
     KOR_TRY(job.run());
-    session.instance().graph().stop();
+    session.instance().stop();
     if (job.hasBadOutput())
         return KOR_FAIL("these settings drive the sound beyond all bounds");
     return {};

@@ -7,8 +7,6 @@
 #include "CStateFile.h"
 #include "DefaultRouting.h"
 
-#include "Audio/Graph/CAudioGraphHost.h"
-
 #include <cstdio>
 
 namespace kor
@@ -66,7 +64,7 @@ COutcome CInfoCommand::run(const COptions& options)
     MORVA_USAGE(settings.resolve(instance));
     routeByDefault(instance, channels, channels);
     KOR_TRY(settings.give(options, instance));
-    KOR_TRY(instance.graph().setLayout(instance.defaultGrouping(channels), rate));
+    KOR_TRY(instance.start(channels, channels, rate));
 
     CInfoReport report;
     KOR_TRY(report.read(instance, rate, channels));

@@ -186,11 +186,11 @@ COutcome CRenderCommand::run(const COptions& options)
     KOR_TRY(CStateFile::save(options, instance));
 
     const auto start = std::chrono::steady_clock::now();
-    KOR_TRY(instance.graph().setLayout(instance.defaultGrouping(setup.graphChannels), reader.sampleRate()));
+    KOR_TRY(instance.start(setup.graphChannels, reader.channelCount(), reader.sampleRate()));
     CRenderJob job(instance.graph(), reader, &writer, setup);
     KOR_TRY(job.run());
     const double took = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    instance.graph().stop();
+    instance.stop();
     if (job.hasBadOutput())
         return KOR_FAIL("these settings drive the sound beyond all bounds; nothing was written");
     KOR_TRY(writer.commit());

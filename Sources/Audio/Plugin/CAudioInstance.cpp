@@ -78,6 +78,24 @@ CError CAudioInstance::create()
     return {};
 }
 
+CError CAudioInstance::start(int inputs, int outputs, double rate)
+{
+    CError failure = graphHost->setLayout(defaultGrouping(inputs), rate);
+    clients->setIoChannelCounts(inputs, outputs, 0);
+    clients->setSampleRate(rate);
+    clients->startViz();
+    clients->clearClients();
+    KOR_TRY(std::move(failure));
+    return {};
+}
+
+void CAudioInstance::stop()
+{
+    graphHost->stop();
+    vizCollector->clearPending();
+    clients->stopViz();
+}
+
 CError CAudioInstance::saveState(COutputStream& stream)
 {
     CWriteSeqBuffer body;

@@ -40,7 +40,7 @@ public:
     CAudioParamCollector& collector() const noexcept { return *params; }
     CAudioGraphHost& graph() const noexcept { return *graphHost; }
 
-    /// Where all that a display shows gathers. Whoever stops the graph clears what waits there.
+    /// Where all that a display shows gathers.
     CAudioVizCollector& viz() const noexcept { return *vizCollector; }
 
     /// What windows and other clients drive the instance by, and the root of the tree that they find it in.
@@ -55,6 +55,12 @@ public:
     /// step of undo; one that does not fit leaves what was set before the misfit. Any thread but the audio thread.
     CError saveState(COutputStream& stream);
     CError loadState(CInputStream& stream);
+
+    /// Makes the graph ready for a host's channels and rate in hertz, or for others, and tells the clients of them. Fails
+    /// as CAudioGraphHost::setLayout. stop: what runs is over, in the graph and for the displays. Any thread but the
+    /// audio thread, while nothing is processed.
+    CError start(int inputs, int outputs, double rate);
+    void stop();
 
     /// Channels inside the graph at most, and groups that they may belong to; 1 to 16.
     int channelCount() const noexcept { return channels; }

@@ -269,6 +269,10 @@ TEST(InterfaceCommands, CountsAndRateComeAtTheStartAndWhenTheyChange)
     EXPECT_EQ(seen(f.client), "8 8 2 4 1 96000 1 ");
     EXPECT_EQ(seen(late), seen(f.client));
     EXPECT_EQ(seen(CTestClient(f.instance)), seen(f.client));
+    EXPECT_TRUE(succeeded(f.instance.start(1, 2, 48000.0)));
+    f.instance.stop();
+    dispatch();
+    EXPECT_EQ(seen(f.client), "8 8 1 2 0 48000 2 ");
     EXPECT_EQ(f.client->groupName(0).toUtf8(), f.param(names).getText(0, 0).toUtf8());
 
     CAudioParam& label = f.param("io-params.in-channel-names");
