@@ -14,7 +14,7 @@ namespace
 // The sanitizers are what sees most faults, so they get the time.
 #ifdef KOR_SANITIZE
 constexpr double usualSeconds = 10.0;
-constexpr double longSeconds = 120.0;
+constexpr double longSeconds = 600.0;
 #else
 constexpr double usualSeconds = 1.0;
 constexpr double longSeconds = 10.0;
