@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <ostream>
 #include <sys/resource.h>
 
 namespace kor::test
@@ -31,6 +32,12 @@ class Fuzz : public testing::TestWithParam<CFuzzTarget>
 {
 };
 
+}
+
+// For the list of tests; the bytes of a target, addresses among them, say nothing.
+void PrintTo(const CFuzzTarget& target, std::ostream* out)
+{
+    *out << target.name;
 }
 
 TEST_P(Fuzz, SurvivesChangedContent)
