@@ -75,6 +75,8 @@ CError CAnalysisRun::run(const char* what, const std::function<CError(double sec
     session.instance().stop();
     if (job.hasBadOutput())
         return KOR_FAIL("these settings drive the sound beyond all bounds");
+    if (seen.outputs().empty())
+        CHostSettings::note("no channel of this recording is in group " + std::to_string(seen.group));
     return {};
 }
 

@@ -132,7 +132,7 @@ std::string watchLine(const CAnalysis& analysis, double seconds)
         line += text + shownLevel(decibels(history.levels.back())) + " peak" +
                 shownLevel(decibels(history.peaks.back()));
     }
-    return line + " dB";
+    return analysis.outputs().empty() ? line : line + " dB";
 }
 
 }

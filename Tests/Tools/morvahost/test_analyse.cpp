@@ -109,6 +109,7 @@ TEST_F(HostAnalysis, WatchOutsideATerminalIsALineASecond)
     EXPECT_EQ(std::ranges::count(run.out, '\n'), 2);
     EXPECT_TRUE(std::ranges::all_of(run.out, [](char c) { return c == '\n' || (c >= ' ' && c < 0x7F); })) << run.out;
     EXPECT_NE(run.out.find("2.0 s   out 1"), std::string::npos) << run.out;
+    EXPECT_NE(runHost({"watch", path("sine.wav"), "--group", "1"}).err.find("is in group 1"), std::string::npos);
 }
 
 TEST_F(HostAnalysis, EveryMistakeIsOneLine)
