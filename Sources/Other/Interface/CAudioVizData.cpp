@@ -82,6 +82,8 @@ CAudioVizData::CAudioVizData(const CAudioVizData& other) noexcept : kind(other.k
 // What ties an object to a pool, a queue and its references is its own.
 CAudioVizData& CAudioVizData::operator=(const CAudioVizData& other) noexcept
 {
+    if (this == &other)
+        return *this;
     channel = other.channel;
     group = other.group;
     element = other.element;

@@ -13,7 +13,7 @@ CParamClientQueue::CParamClientQueue(std::shared_ptr<CEventLoop> loop, CLoopSign
 
 void CParamClientQueue::append(CByteArray block, CSending kind)
 {
-    const std::size_t size = block.size() + sizeof block;
+    const std::size_t size = block.size() + sizeof(CByteArray);
     {
         CLockHolder hold(lock);
         if (isClosed || waiting.isIncomplete)

@@ -71,8 +71,10 @@ void CParamInterfaceBaseConnectorUni::send(int clientId, CByteArray block, CSend
             if (clientId == everyClient || clientId == each)
                 queues.push_back(queue);
     }
-    for (std::size_t i = 0; i < queues.size(); ++i)
-        queues[i]->append(i + 1 < queues.size() ? block : std::move(block), kind);
+    for (std::size_t i = 0; i + 1 < queues.size(); ++i)
+        queues[i]->append(block, kind);
+    if (!queues.empty())
+        queues.back()->append(std::move(block), kind);
 }
 
 bool CParamInterfaceBaseConnectorUni::isConnected(int clientId) const
