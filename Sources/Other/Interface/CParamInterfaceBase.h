@@ -116,7 +116,7 @@ private:
     CError onUpdateShadowPreset();
     CError readRegistry(CRegistryListener*& listener, std::uint32_t& listenerId);
     template <class Call>
-    CError runRegistry(Call&& call);
+    CError runRegistry(Call&& call, std::int32_t* index = nullptr);
     void onProgramsChanged(CAudioParamRegistry& registry, const CAudioParamRegistryListener* sender) override;
 
     CParamInterfaceBaseConnector* clients = nullptr;

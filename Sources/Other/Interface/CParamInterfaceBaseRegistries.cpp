@@ -26,13 +26,15 @@ CError CParamInterfaceBase::readRegistry(CRegistryListener*& listener, std::uint
     return {};
 }
 
-// A command without further fields.
+// A command without further fields, or with one, an index.
 template <class Call>
-CError CParamInterfaceBase::runRegistry(Call&& call)
+CError CParamInterfaceBase::runRegistry(Call&& call, std::int32_t* index)
 {
     std::uint32_t listenerId = 0;
     CRegistryListener* listener = nullptr;
     KOR_TRY(readRegistry(listener, listenerId));
+    if (index != nullptr)
+        KOR_TRY(message().readInt(*index));
     if (listener == nullptr)
         return {};
     const CAudioParamChangeScope scope(openBatch(listenerId));
@@ -81,17 +83,8 @@ void CParamInterfaceBase::onProgramsChanged(CAudioParamRegistry& registry, const
 
 CError CParamInterfaceBase::onSetCurrentProgram()
 {
-    std::uint32_t listenerId = 0;
     std::int32_t index = 0;
-    CRegistryListener* listener = nullptr;
-    KOR_TRY(readRegistry(listener, listenerId));
-    KOR_TRY(message().readInt(index));
-    if (listener != nullptr)
-    {
-        const CAudioParamChangeScope scope(openBatch(listenerId));
-        listener->registry().setCurrentProgram(index, this);
-    }
-    return {};
+    return runRegistry([&](CAudioParamRegistry& registry) { registry.setCurrentProgram(index, this); }, &index);
 }
 
 CError CParamInterfaceBase::onRenamePreset()
@@ -110,17 +103,8 @@ CError CParamInterfaceBase::onRenamePreset()
 
 CError CParamInterfaceBase::onActivateFactoryPreset()
 {
-    std::uint32_t listenerId = 0;
     std::int32_t index = 0;
-    CRegistryListener* listener = nullptr;
-    KOR_TRY(readRegistry(listener, listenerId));
-    KOR_TRY(message().readInt(index));
-    if (listener != nullptr)
-    {
-        const CAudioParamChangeScope scope(openBatch(listenerId));
-        listener->registry().activateFactoryPreset(index);
-    }
-    return {};
+    return runRegistry([&](CAudioParamRegistry& registry) { registry.activateFactoryPreset(index); }, &index);
 }
 
 CError CParamInterfaceBase::onActivatePreset()
