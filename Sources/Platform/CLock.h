@@ -2,15 +2,17 @@
 #pragma once
 
 #include "Platform/CLockOrder.h"
+#include "Platform/CSystemMutex.h"
 
 #include <mutex>
 
 namespace kor
 {
 
-// The one lock of the system: recursive, not fair, held for short times. Entering a lock that another thread holds
-// is counted per thread, so that a test can prove that the audio thread never waited (see waitsOfThisThread). Builds
-// with assertions end the process with both names when a thread takes locks in another order than CLockRank states.
+// The one lock of the system: recursive, held for short times; whoever holds it while others wait runs with the highest
+// priority among them. Entering a lock that another thread holds is counted per thread, so that a test can prove that
+// the audio thread never waited (see waitsOfThisThread). Builds with assertions end the process with both names when a
+// thread takes locks in another order than CLockRank states.
 class CLock
 {
 public:
@@ -36,7 +38,7 @@ public:
     static unsigned waitsOfThisThread() noexcept;
 
 private:
-    std::recursive_mutex mutex;
+    CSystemMutex mutex;
 #ifndef NDEBUG
     const std::uint32_t number;             // above 0, never given again
     const CLockRank rank;
