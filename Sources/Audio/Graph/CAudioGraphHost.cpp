@@ -17,10 +17,6 @@ namespace kor
 namespace
 {
 
-constexpr int sliceSize = 512;
-constexpr double lowestRate = 8000.0;
-constexpr double highestRate = 768000.0;
-
 // 200 dB above full scale: what lies beyond, or is no number, is a fault somewhere before the graph. One such sample
 // would stay in every recursive filter for seconds, or for ever.
 constexpr double loudestSample = 1e10;
@@ -45,7 +41,7 @@ struct CAudioGraphHost::CImplementation
     CImplementation(CAudioParamCollector& collector, CAudioEnv& environment) : context(collector, environment) {}
 
     bool isReady() const { return root != nullptr && !input.channels().empty(); }
-    void runSlice(const double* const* in, double* const* out, int outputChannels, int offset, int count);
+    void runSlice(const double* const* in, double* const* out, int outputChannels, int count);
 };
 
 CAudioGraphHost::CAudioGraphHost(CAudioParamCollector& collector, CAudioEnv& environment)
@@ -72,6 +68,16 @@ CError CAudioGraphHost::create(const CAudioProcessDefBase& definition, const CSt
 
 CError CAudioGraphHost::setLayout(std::span<const int> channelGroups, double sampleRate)
 {
+    KOR_TRY(changeLayout(channelGroups, sampleRate));
+    prime();
+    impl->root->reset();
+    impl->end->reset();
+    KOR_TRY(impl->context.takeError());
+    return {};
+}
+
+CError CAudioGraphHost::changeLayout(std::span<const int> channelGroups, double sampleRate)
+{
     if (impl->root == nullptr)
         return KOR_FAIL("The graph host has no process yet.");
     if (channelGroups.empty() || channelGroups.size() > maxPortChannels)
@@ -89,10 +95,6 @@ CError CAudioGraphHost::setLayout(std::span<const int> channelGroups, double sam
     }
     impl->input.configure(channels, sampleRate, sliceSize);
     impl->context.env.sampleRate = sampleRate;
-    prime();
-    impl->root->reset();
-    impl->end->reset();
-    KOR_TRY(impl->context.takeError());
     return {};
 }
 
@@ -105,34 +107,57 @@ void CAudioGraphHost::prime()
 {
     if (!impl->isReady())
         return;
-    impl->blockStart();
-    impl->runSlice(nullptr, nullptr, 0, 0, 1);
+    beginBlock();
+    impl->runSlice(nullptr, nullptr, 0, 1);
 }
 
 void CAudioGraphHost::process(const double* const* in, double* const* out, int outputChannels, int frames)
 {
-    if (!impl->isReady())
-    {
-        for (int c = 0; c < outputChannels; ++c)
-        {
-            if (out[c] != nullptr)
-                std::fill_n(out[c], frames, 0.0);
-        }
-        return;
-    }
-    impl->blockStart();
-    CAudioEnv& env = impl->context.env;
+    const double* inputs[maxPortChannels];
+    double* outputs[maxPortChannels];
+    const int inputCount = static_cast<int>(impl->input.channels().size());
+    const int outputCount = std::min(outputChannels, maxPortChannels);
+    beginBlock();
     for (int offset = 0; offset < frames;)
     {
         const int count = std::min(frames - offset, sliceSize);
-        impl->runSlice(in, out, outputChannels, offset, count);
-        env.time += count / impl->input.sampleRate();
+        for (int c = 0; c < inputCount; ++c)
+            inputs[c] = in != nullptr && in[c] != nullptr ? in[c] + offset : nullptr;
+        for (int c = 0; c < outputCount; ++c)
+            outputs[c] = out[c] != nullptr ? out[c] + offset : nullptr;
+        processSlice(inputs, outputs, outputCount, count);
         offset += count;
+    }
+    for (int c = maxPortChannels; c < outputChannels; ++c)
+    {
+        if (out[c] != nullptr)
+            std::fill_n(out[c], frames, 0.0);
+    }
+}
+
+void CAudioGraphHost::beginBlock()
+{
+    if (impl->isReady())
+        impl->blockStart();
+}
+
+void CAudioGraphHost::processSlice(const double* const* in, double* const* out, int outputChannels, int frames)
+{
+    if (impl->isReady())
+    {
+        impl->runSlice(in, out, outputChannels, frames);
+        impl->context.env.time += frames / impl->input.sampleRate();
+        return;
+    }
+    for (int c = 0; c < outputChannels; ++c)
+    {
+        if (out[c] != nullptr)
+            std::fill_n(out[c], frames, 0.0);
     }
 }
 
 void CAudioGraphHost::CImplementation::runSlice(const double* const* in, double* const* out, int outputChannels,
-                                                int offset, int count)
+                                                int count)
 {
     const CDenormalGuard denormalsAreZero;
     context.collector.flush();
@@ -143,7 +168,7 @@ void CAudioGraphHost::CImplementation::runSlice(const double* const* in, double*
     {
         CAudioBufferRef buffer = context.pool.take(sliceSize);
         if (in != nullptr && in[c] != nullptr)
-            copySane(in[c] + offset, buffer.samples(), count);
+            copySane(in[c], buffer.samples(), count);
         else
             std::fill_n(buffer.samples(), count, 0.0);
         input.buffer(c) = std::move(buffer);
@@ -162,8 +187,8 @@ void CAudioGraphHost::CImplementation::runSlice(const double* const* in, double*
         const CAudioPortChannel* channel = result.find(c);
         const int there = channel != nullptr ? length : 0;
         if (there > 0)
-            std::copy_n(channel->buffer.samples(), there, out[c] + offset);
-        std::fill_n(out[c] + offset + there, count - there, 0.0);
+            std::copy_n(channel->buffer.samples(), there, out[c]);
+        std::fill_n(out[c] + there, count - there, 0.0);
     }
     end->inputs().releaseBuffers();
 }

@@ -32,18 +32,30 @@ public:
     /// must outlive the host.
     CError create(const CAudioProcessDefBase& definition, const CStringBuf& name);
 
-    /// Channel count and the group of each channel (size 1 to 16, groups 0 to 15), and the rate in hertz (8000 to
-    /// 768000). Primes the graph, so that latency() and outputCount() are right afterwards, and clears its signal
+    static constexpr double lowestRate = 8000.0;
+    static constexpr double highestRate = 768000.0;
+
+    /// Channel count and the group of each channel (size 1 to 16, groups 0 to 15), and the rate in hertz, lowestRate to
+    /// highestRate. Primes the graph, so that latency() and outputCount() are right afterwards, and clears its signal
     /// state. Fails too when the graph could not be made in full; what could be made then runs.
     CError setLayout(std::span<const int> channelGroups, double sampleRate);
 
+    /// Takes over another layout, as setLayout does, and runs nothing: latency() and outputCount() follow with the next
+    /// samples, and modules keep what they have. Also for the thread that processes, between two blocks; allocates.
+    CError changeLayout(std::span<const int> channelGroups, double sampleRate);
+
     /// Processes `frames` samples (0 or more). `in` has one pointer per channel of the layout, null standing for
-    /// silence; a sample that is not finite, or beyond 200 dB, counts as 0. `out` has `outputCount` pointers, null for nowhere; channels that the graph does not produce get zeros.
-    /// Outputs may be the same memory as inputs of the same or another channel. Does nothing but write zeros before
-    /// create and setLayout.
+    /// silence; a sample that is not finite, or beyond 200 dB, counts as 0. `out` has `outputChannels` pointers, null
+    /// for nowhere; channels that the graph does not produce get zeros. Outputs may be the same memory as inputs of the
+    /// same or another channel. Does nothing but write zeros before create and setLayout.
     void process(const double* const* in, double* const* out, int outputChannels, int frames);
 
-    /// What happens first of all in each process and prime, on their thread; it may deliver parameter changes. Set while
+    /// The same in slices of the caller's own: beginBlock once for a block of the host, then up to 512 samples a call.
+    static constexpr int sliceSize = 512;
+    void beginBlock();
+    void processSlice(const double* const* in, double* const* out, int outputChannels, int frames);
+
+    /// What happens first of all in each process, beginBlock and prime, on their thread; it may deliver parameter changes. Set while
     /// neither runs.
     void setBlockStart(std::function<void()> call);
 
