@@ -12,6 +12,8 @@ const char* nameOf(CLockRank rank) noexcept
     {
     case CLockRank::application:
         return "application";
+    case CLockRank::instance:
+        return "instance";
     case CLockRank::command:
         return "command";
     case CLockRank::message:

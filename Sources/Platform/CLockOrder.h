@@ -15,6 +15,7 @@ namespace kor
 enum class CLockRank : unsigned char
 {
     application,                                    // start and end of the process-wide part
+    instance,                                       // who runs a graph, who stores what that left behind
     command,                                        // the base connector's commands
     message,
     preset,                                         // a registry's

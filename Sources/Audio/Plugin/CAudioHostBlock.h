@@ -26,7 +26,8 @@ struct CAudioHostBlock
 {
     const void* const* inputs = nullptr;
     void* const* outputs = nullptr;
-    int inputCount = 0;
+    int inputCount = 0;                         // the side chain's included
+    int sidechainCount = 0;
     int outputCount = 0;
     int frames = 0;
     CAudioSampleFormat format = CAudioSampleFormat::float32;

@@ -24,7 +24,6 @@ namespace kor
 namespace
 {
 
-constexpr int maxChannels = 16;
 constexpr std::string_view mainPrefix = "plugin.modMain.";
 
 }
@@ -52,17 +51,17 @@ CError CAudioInstance::create()
     KOR_TRY(root->createChild(plugin, audio->getAttrString("plugin-tag"), "plugin", true));
     CObject* project = nullptr;
     KOR_TRY(root->findObjectChecked(project, "shared::project"));
-    KOR_TRY(readProject(*project));
+    KOR_TRY(product.read(*project));
 
     KOR_TRY(root->findObjectChecked(env, "plugin.audio-env"));
     KOR_TRY(root->findObjectChecked(params, "plugin.param-collector"));
     KOR_TRY(root->findObjectChecked(vizCollector, "plugin.viz-collector"));
     KOR_TRY(root->findObjectChecked(master, "plugin.param-registry"));
     KOR_TRY(root->findObjectChecked(clients, "plugin.interface-base"));
-    clients->setInternalChannelCount(channels);
-    clients->setGroupCount(groups);
+    clients->setInternalChannelCount(product.channels);
+    clients->setGroupCount(product.groups);
     params->setEnvironment(*env);
-    params->setGroupCount(groups);
+    params->setGroupCount(product.groups);
 
     CAudioProcessDefBase* mainProcess = nullptr;
     KOR_TRY(root->findObjectChecked(mainProcess, "shared::audio.modMain"));
@@ -123,32 +122,10 @@ CAudioParamRegistry* CAudioInstance::findRegistry(const CStringBuf& id) const
     return nullptr;
 }
 
-CError CAudioInstance::readProject(CObject& project)
-{
-    channels = project.getAttrInt("plugin-intchannel-count");
-    if (channels <= 0 || channels > maxChannels)
-        return KOR_FAIL("Invalid 'plugin-intchannel-count' attribute value.");
-    groups = project.getAttrInt("plugin-group-count");
-    if (groups <= 0 || groups > maxChannels)
-        return KOR_FAIL("Invalid 'plugin-group-count' attribute value.");
-
-    CArray<CStringBuf> pieces;
-    project.getAttrString("def-grouping").split(pieces, ',', true);
-    for (const CStringBuf& piece : pieces)
-    {
-        bool ok = false;
-        const int group = piece.trimmed().toInt(ok);
-        if (!ok || group < 0 || group >= groups)
-            return KOR_FAIL("Invalid 'def-grouping' attribute value.");
-        grouping.push_back(group);
-    }
-    return {};
-}
-
 std::vector<int> CAudioInstance::defaultGrouping(int count) const
 {
     std::vector<int> result(static_cast<std::size_t>(count), 0);
-    std::copy_n(grouping.begin(), std::min(result.size(), grouping.size()), result.begin());
+    std::copy_n(product.grouping.begin(), std::min(result.size(), product.grouping.size()), result.begin());
     return result;
 }
 

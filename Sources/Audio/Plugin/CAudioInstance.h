@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "Audio/Plugin/CPluginProject.h"
 #include "Core/CError.h"
 #include "Core/CStringBuf.h"
 
@@ -62,9 +63,10 @@ public:
     CError start(int inputs, int outputs, double rate);
     void stop();
 
-    /// Channels inside the graph at most, and groups that they may belong to; 1 to 16.
-    int channelCount() const noexcept { return channels; }
-    int groupCount() const noexcept { return groups; }
+    /// What the product is. Channels inside the graph at most, and groups that they may belong to.
+    const CPluginProject& project() const noexcept { return product; }
+    int channelCount() const noexcept { return product.channels; }
+    int groupCount() const noexcept { return product.groups; }
 
     /// Group of each of `count` channels, 0 to channelCount(), as the product assigns them by itself.
     std::vector<int> defaultGrouping(int count) const;
@@ -80,8 +82,6 @@ public:
     std::vector<CStringBuf> paramKeys() const;
 
 private:
-    CError readProject(CObject& project);
-
     CObject* root = nullptr;
     CAudioEnv* env = nullptr;
     CAudioParamCollector* params = nullptr;
@@ -90,9 +90,7 @@ private:
     CAudioParamRegistry* master = nullptr;
     CAudioParam* bands = nullptr;
     std::unique_ptr<CAudioGraphHost> graphHost;
-    int channels = 0;
-    int groups = 0;
-    std::vector<int> grouping;
+    CPluginProject product;
 };
 
 }

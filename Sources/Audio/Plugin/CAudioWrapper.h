@@ -18,6 +18,7 @@ class CAudioWrapper : public CAudioExtParamHostBridge
 {
 public:
     static constexpr int eventCapacity = 56 * 32;       // in one block
+    static constexpr int maxChannels = 16;              // in and out, the side chain counted; beyond is silence
 
     CAudioWrapper();
     ~CAudioWrapper() override;
@@ -73,14 +74,12 @@ public:
     /// The host renders faster than real time from here on, or no more. Any thread.
     void setOffline(bool isOffline);
 
-    /// The host's channel counts as this block brings them; the block takes them over.
-    void setBlockChannels(const CAudioHostChannels& channels) noexcept;
-
     /// A host's parameter write at a sample of the next process call. Beyond eventCapacity, or with an index that is
     /// no row, it is dropped; values are clamped, NaN ignored. Offsets are clamped to the block.
     void addEvent(int offset, int index, double normalized) noexcept;
 
-    /// Runs one block. With no frames, or null channel lists, events take effect and nothing else happens.
+    /// Runs one block, with the channels that it has. With no frames or no channels events take effect, and nothing
+    /// else happens.
     void process(const CAudioHostBlock& block) noexcept;
 
 private:
