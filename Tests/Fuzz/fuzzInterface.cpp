@@ -81,8 +81,7 @@ std::vector<std::string> interfaceSeeds()
     startForFuzzing();
     std::vector<std::string> seeds;
     for (const CNamedMessage& message : clientMessages({}, present()))
-        if (message.command != "listen-viz") // each new name is a slot for good
-            seeds.emplace_back(message.block.begin(), message.block.end());
+        seeds.emplace_back(message.block.begin(), message.block.end());
     return seeds;
 }
 

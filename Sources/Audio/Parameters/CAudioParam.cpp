@@ -28,7 +28,6 @@ struct CAudioParam::CPrepared
 struct CAudioParam::CManner
 {
     CAudioParamUndoContext* undo = nullptr;
-    CAudioParamDelivery delivery = CAudioParamDelivery::deferred;
     const std::uint64_t* mark = nullptr;        // heard already, see storeDelivered
 };
 
@@ -138,9 +137,9 @@ bool CAudioParam::prepare(CPrepared& prepared, const CAudioParamRequest& request
     return true;
 }
 
-void CAudioParam::change(const CAudioParamRequest& request, CAudioParamUndoContext* undo, CAudioParamDelivery delivery)
+void CAudioParam::change(const CAudioParamRequest& request, CAudioParamUndoContext* undo)
 {
-    run(request, {undo, delivery});
+    run(request, {undo});
 }
 
 void CAudioParam::storeDelivered(const CAudioParamRequest& request, std::uint64_t mark)
@@ -243,14 +242,8 @@ void CAudioParam::sendStored(const CAudioParamRequest& request, int touchedEnd, 
         return;
     if (manner.mark != nullptr)
         queue.settle(*this, request, touchedEnd, *manner.mark);
-    else if (manner.delivery == CAudioParamDelivery::deferred)
-        queue.send(*this, request, touchedEnd);
     else
-    {
-        const std::uint64_t heard = flushedTicket;
-        queue.deliverNow(*this, request, touchedEnd, info());
-        queue.settle(*this, request, touchedEnd, heard);    // again behind what still waits in the pending list
-    }
+        queue.send(*this, request, touchedEnd);
 }
 
 void CAudioParam::runHooks(const CAudioParamRequest& request, int touchedEnd, CAudioParamUndoContext* undo)
@@ -268,14 +261,13 @@ void CAudioParam::runHooks(const CAudioParamRequest& request, int touchedEnd, CA
         hooks[i]->onParamChange(request, undo);
 }
 
-void CAudioParam::setValue(int group, int element, double value, CAudioParamUndoContext* undo,
-                           CAudioParamDelivery delivery)
+void CAudioParam::setValue(int group, int element, double value, CAudioParamUndoContext* undo)
 {
     CAudioParamRequest request;
     request.group = group;
     request.firstElement = element;
     request.values = &value;
-    run(request, {undo, delivery});
+    run(request, {undo});
 }
 
 void CAudioParam::setText(int group, int element, const CStringBuf& text, CAudioParamUndoContext* undo)

@@ -47,13 +47,6 @@ public:
     virtual bool holds(const CAudioParam&, int) const { return false; }
 };
 
-/// How a change reaches the audio side.
-enum class CAudioParamDelivery
-{
-    deferred,                   // any thread: at the next flush
-    immediate                   // the audio thread between blocks: straight into the listeners' queues
-};
-
 /// Which part of a parameter a stored block goes to.
 struct CAudioParamLoadTarget
 {
@@ -86,12 +79,10 @@ public:
 
     /// The one write path. Values are clamped to the range, NaN to its low end. Dropped while the parameter has no
     /// info or is locked. Fills a gap before the first element with defaults.
-    void change(const CAudioParamRequest& request, CAudioParamUndoContext* undo = nullptr,
-                CAudioParamDelivery delivery = CAudioParamDelivery::deferred);
+    void change(const CAudioParamRequest& request, CAudioParamUndoContext* undo = nullptr);
 
     /// One float value, real.
-    void setValue(int group, int element, double value, CAudioParamUndoContext* undo = nullptr,
-                  CAudioParamDelivery delivery = CAudioParamDelivery::deferred);
+    void setValue(int group, int element, double value, CAudioParamUndoContext* undo = nullptr);
 
     /// One text of a string parameter, cut at 61,440 bytes of UTF-8.
     void setText(int group, int element, const CStringBuf& text, CAudioParamUndoContext* undo = nullptr);

@@ -13,6 +13,10 @@ namespace
 
 constexpr int everyClient = CParamInterfaceBaseConnector::everyClient;
 
+// What all clients together listen to of the display; a window needs some dozens.
+constexpr std::size_t maxListenings = 4096;
+constexpr int maxNameLength = 1024;
+
 }
 
 void CAudioInterfaceBase::initClass(CObjectClassInfo& info)
@@ -81,8 +85,15 @@ CError CAudioInterfaceBase::onListenViz()
         return {};
     if (const auto old = vizListenings.find(listenerId); old != vizListenings.end())
         endViz(old);
+    if (vizListenings.size() >= maxListenings || listening.name.length() > maxNameLength)
+        return KOR_FAIL("Too many or too long names of what is to be shown.");
     if (listening.source == -1)
-        viz->addLocalListener(viz->getSlot(listening.name));
+    {
+        CAudioVizSlot* const slot = viz->findOrMakeSlot(listening.name);
+        if (slot == nullptr)
+            return KOR_FAIL("Unknown name '%1' of what is to be shown.", listening.name);
+        viz->addLocalListener(*slot);
+    }
     else
         viz->addImport(listening.source, listening.name);
     vizListenings.emplace(listenerId, std::move(listening));

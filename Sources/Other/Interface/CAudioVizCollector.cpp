@@ -145,7 +145,23 @@ void CAudioVizCollector::changeListeners(CAudioVizSlot& slot, int delta, int gro
     slot.listenerCount = std::max(before + delta, 0);
     const bool isWanted = slot.listenerCount > 0;
     if (isWanted != (before > 0) && slot.enableParam != nullptr)
-        slot.enableParam->setValue(0, 0, isWanted ? 1.0 : 0.0, nullptr, CAudioParamDelivery::immediate);
+        switchModule(slot, isWanted);
+}
+
+// To store the value is to tell all that follow the parameter, which is another thread's work.
+void CAudioVizCollector::switchModule(CAudioVizSlot& slot, bool isOn)
+{
+    const double value = isOn ? 1.0 : 0.0;
+    CAudioParamRequest request;
+    request.values = &value;
+    const std::uint64_t mark = params->deliver(*slot.enableParam, request);
+    // Acquires what the last taker did to the slot's link.
+    if (slot.switched.exchange(mark << 2 | (isOn ? 3 : 1), std::memory_order_acq_rel) != 0)
+        return;                                     // in the list already
+    CAudioVizSlot* head = firstSwitched.load(std::memory_order_relaxed);
+    do
+        slot.nextSwitched = head;
+    while (!firstSwitched.compare_exchange_weak(head, &slot, std::memory_order_release, std::memory_order_relaxed));
 }
 
 void CAudioVizCollector::frameUpdate()
@@ -158,6 +174,9 @@ void CAudioVizCollector::frameUpdate()
             serveChannel(g);
     if (hasLocalDeltas.load(std::memory_order_relaxed))
         takeLocalDeltas();
+    // Nodes that are made now take their values from the store.
+    if (!env->isProcessing.load(std::memory_order_relaxed))
+        storeSwitched();
 }
 
 void CAudioVizCollector::serveChannel(int group)

@@ -40,6 +40,11 @@ public:
     /// The slot of a name; a new one makes its enable parameter with it. Any thread.
     CAudioVizSlot& getSlot(const CStringBuf& name);
 
+    /// The same for a name that a client says: slots stay for good, so that past maxForeignSlots of such it is null for
+    /// one that there is none of. Any thread but the audio thread.
+    static constexpr int maxForeignSlots = 64;
+    CAudioVizSlot* findOrMakeSlot(const CStringBuf& name);
+
     /// An object to be filled and posted to this slot. Comes from a pool; where that has none, the slot's oldest one is
     /// used again if nobody has fetched it for a tenth of a second, and else a new one is made. valueCount: 0 to 65,537;
     /// the values are of any content. Audio thread.
@@ -50,7 +55,8 @@ public:
     void post(CAudioVizSlot& slot, CAudioVizDataPtr data);
 
     /// The start of a host's block: listeners that came and went, export slots that changed, what nobody has read in
-    /// time. Audio thread, or whoever stands in for it while nothing is processed.
+    /// time. Audio thread, or whoever stands in for it while nothing is processed. The graph hears of a switched module
+    /// at once; its parameter has the new value from the interface's next call on.
     void frameUpdate();
 
     /// group: -1 for a listener of this instance, else the group whose export slot it came through. Audio thread.
@@ -97,6 +103,8 @@ private:
     CAudioParam* makeEnableParam(const CStringBuf& slotName);
     void noteLocalListener(CAudioVizSlot& slot, int delta);
     void noteImport(int slotIndex, const CStringBuf& name, int delta);
+    void switchModule(CAudioVizSlot& slot, bool isOn);
+    void storeSwitched();
     void takeLocalDeltas();
     void serveChannel(int group);
     void applyExportConfig();
@@ -125,12 +133,15 @@ private:
 
     CLock slotsLock;
     CMap<CStringBuf, std::unique_ptr<CAudioVizSlot>> slots;
+    int foreignSlots = 0;
 
     CLock pendingLock;                              // the queues of the slots
 
     CLock localLock;
     CAudioVizSlot* firstChanged = nullptr;
     std::atomic<bool> hasLocalDeltas{false};
+
+    std::atomic<CAudioVizSlot*> firstSwitched{nullptr};
 
     CLock importLock;
     CMap<CImportKey, int> imports;                  // listeners by name and export slot, none with 0

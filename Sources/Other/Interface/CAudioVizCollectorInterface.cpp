@@ -102,6 +102,19 @@ CAudioVizSlot& CAudioVizCollector::getSlot(const CStringBuf& name)
     return *slots.try_emplace(name, std::move(made)).first->second;
 }
 
+CAudioVizSlot* CAudioVizCollector::findOrMakeSlot(const CStringBuf& name)
+{
+    {
+        CLockHolder hold(slotsLock);
+        if (const auto found = slots.find(name); found != slots.end())
+            return found->second.get();
+        if (foreignSlots >= maxForeignSlots)
+            return nullptr;
+        ++foreignSlots;
+    }
+    return &getSlot(name);
+}
+
 // A second spectrum comes from the module of the first, and a parameter that means something else is not ours to switch.
 CAudioParam* CAudioVizCollector::makeEnableParam(const CStringBuf& slotName)
 {
@@ -114,8 +127,27 @@ CAudioParam* CAudioVizCollector::makeEnableParam(const CStringBuf& slotName)
     return &params->defineParam(name, *enableDefinition);
 }
 
+// The parameter's lock is held around both steps, so that of two threads here the one that takes later stores later.
+void CAudioVizCollector::storeSwitched()
+{
+    CAudioVizSlot* next = firstSwitched.exchange(nullptr, std::memory_order_acquire);
+    while (next != nullptr)
+    {
+        CAudioVizSlot& slot = *next;
+        next = slot.nextSwitched;                   // read before the slot is free to enter the list anew
+        CAudioParamChangeScope scope;
+        CLockHolder hold(slot.enableParam->lock());
+        const std::uint64_t switched = slot.switched.exchange(0, std::memory_order_acq_rel);
+        const double value = (switched & 2) != 0 ? 1.0 : 0.0;
+        CAudioParamRequest request;
+        request.values = &value;
+        slot.enableParam->storeDelivered(request, switched >> 2);
+    }
+}
+
 void CAudioVizCollector::noteLocalListener(CAudioVizSlot& slot, int delta)
 {
+    storeSwitched();
     CLockHolder hold(localLock);
     slot.localDelta += delta;
     if (slot.isChanged)
@@ -130,6 +162,7 @@ void CAudioVizCollector::noteImport(int slotIndex, const CStringBuf& name, int d
 {
     if (slotIndex < 0 || slotIndex >= CAudioVizSlotManager::slotCount)
         return;
+    storeSwitched();
     {
         CLockHolder hold(importLock);
         const auto import = imports.try_emplace(CImportKey(name, slotIndex), 0).first;
@@ -165,6 +198,7 @@ void CAudioVizCollector::clearPending()
 
 CError CAudioVizCollector::writeVizData(COutputStream& stream)
 {
+    storeSwitched();
     const double now = time.load(std::memory_order_relaxed);
     KOR_TRY(stream.writeDouble(now));
     KOR_TRY(writePending(stream, now));

@@ -5,6 +5,8 @@
 #include "Other/Interface/CAudioVizQueue.h"
 
 #include <array>
+#include <atomic>
+#include <cstdint>
 
 namespace kor
 {
@@ -39,6 +41,12 @@ private:
     int localDelta = 0;                             // under the collector's delta lock, as the link
     CAudioVizSlot* nextChanged = nullptr;
     bool isChanged = false;
+
+    // What the audio thread has last switched the enable parameter to and no other thread has stored yet: the delivery's
+    // mark, the state, and a bit that makes it other than 0. While it is, the slot is in the list of such slots or
+    // somebody is about to take it; the link is the audio thread's before and the taker's until then.
+    std::atomic<std::uint64_t> switched{0};
+    CAudioVizSlot* nextSwitched = nullptr;
 };
 
 }

@@ -287,12 +287,6 @@ TEST(ParamDelivery, DeliveredChangesAreHeardAtOnceAndStoredLater)
 
     f.collector.deliver(param, requestOf(0, 0, wild));
     EXPECT_EQ(follower.take(), (CList{{0, 0, 1, 1000}}));
-    param.setValue(0, 0, 4.0);
-    param.setValue(0, 0, 6.0, nullptr, CAudioParamDelivery::immediate);
-    EXPECT_EQ(follower.take(), (CList{{0, 0, 1, 6}}));
-    f.collector.flush();
-    follower.take();
-    EXPECT_EQ(follower.storage.getValue(0, 0), 6.0);
 }
 
 // Any mix of changes, cuts, batches, events and flushes: in the end every listener has what is stored.

@@ -106,8 +106,13 @@ void CVizInstance::postSpectrum(double value, int group, int valueCount, const C
 
 double CVizInstance::enabled(const CStringBuf& slot)
 {
-    const CAudioParam* param = params->findParam(slot + "-enable");
-    return param != nullptr ? param->getValue(0, 0) : -1.0;
+    CAudioParam* const param = params->findParam(slot + "-enable");
+    if (param == nullptr)
+        return -1.0;
+    CAudioParamListener node;
+    CAudioParamStorage values;
+    param->addListener(node, values, 0, 0);
+    return values.getValue(0, 0);
 }
 
 CVizContent CVizInstance::fetch()

@@ -58,6 +58,7 @@ public:
     void set(const char* param, int group, int element, double value);
     void postMeter(double value, int group = 0, const CStringBuf& slot = meterName);
     void postSpectrum(double value, int group = 0, int valueCount = 129, const CStringBuf& slot = spectrumName);
+    /// Whether a node that is made now takes a slot's module in, -1 for a slot without a parameter for it.
     double enabled(const CStringBuf& slot);
 
     /// What the interface would get.

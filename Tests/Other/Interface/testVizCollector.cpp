@@ -5,6 +5,7 @@
 #include "VizTestKit.h"
 
 #include <cmath>
+#include <thread>
 
 namespace kor::test
 {
@@ -218,27 +219,97 @@ TEST(VizCollector, PostsWithoutAllocatingInTheSteadyState)
     }
 }
 
-// The listeners come and go too: only the parameter changes, at once and for the audio side as well.
+// The listeners come and go too. The graph hears of it at once; who follows the parameter is told on another thread.
 TEST(VizCollector, SwitchingCostsTheAudioThreadNothing)
+{
+    struct CFollower : CAudioParamChangeHook
+    {
+        void onParamChange(const CAudioParamRequest& request, CAudioParamUndoContext*) override
+        {
+            told.push_back(request.values[0]);
+        }
+        std::vector<double> told;
+    };
+    CVizTree tree;
+    CVizInstance a(tree, "a");
+    CAudioVizSlot& slot = a.viz->getSlot(spectrumName);
+    CAudioParam& param = *a.params->findParam(spectrumName + "-enable");
+    CFollower follower;
+    param.addHook(follower);
+    CAudioParamListener node;
+    CAudioParamStorage values;
+    param.addListener(node, values, 0, 0);
+    std::size_t faults = 0;
+    for (int i = 0; i < 50; ++i)
+    {
+        const bool isOn = i % 2 == 0;
+        isOn ? a.viz->addLocalListener(slot) : a.viz->removeLocalListener(slot);
+        {
+            const CRealtimeGuard guard;
+            a.run(0.01);
+            node.takeChanges([&](const CAudioParamRecord& record) { values.applyChange(record.request()); });
+            if (i > 3)
+                faults += guard.faults();
+        }
+        EXPECT_EQ(values.getValue(0, 0), isOn ? 1.0 : 0.0);
+        EXPECT_TRUE(follower.told.empty());
+        a.fetch();
+        EXPECT_EQ(param.getValue(0, 0), isOn ? 1.0 : 0.0);
+        EXPECT_EQ(std::exchange(follower.told, {}), std::vector<double>{isOn ? 1.0 : 0.0});
+    }
+    EXPECT_EQ(faults, 0u);
+    param.removeHook(follower);
+}
+
+// Two windows turn their displays on and off, and whoever stores a switched state meets the other at it.
+TEST(VizCollector, SwitchedStatesAreStoredInTheirOrder)
 {
     CVizTree tree;
     CVizInstance a(tree, "a");
     CAudioVizSlot& slot = a.viz->getSlot(spectrumName);
-    CAudioParamListener node;
-    CAudioParamStorage values;
-    a.params->findParam(spectrumName + "-enable")->addListener(node, values, 0, 0);
-    std::size_t faults = 0;
-    for (int i = 0; i < 50; ++i)
+    CAudioParam& param = *a.params->findParam(spectrumName + "-enable");
+    for (int round = 0; round < 20; ++round)
     {
-        i % 2 == 0 ? a.viz->addLocalListener(slot) : a.viz->removeLocalListener(slot);
-        const CRealtimeGuard guard;
-        a.run(0.01);
-        node.takeChanges([&](const CAudioParamRecord& record) { values.applyChange(record.request()); });
-        if (i > 3)
-            faults += guard.faults();
-        EXPECT_EQ(values.getValue(0, 0), i % 2 == 0 ? 1.0 : 0.0);
+        std::atomic<int> running{2};
+        const auto display = [&]
+        {
+            for (int i = 0; i < 200; ++i)
+            {
+                a.viz->addLocalListener(slot);
+                a.fetch();
+                a.viz->removeLocalListener(slot);
+            }
+            if (round % 2 == 0)
+                a.viz->addLocalListener(slot);
+            --running;
+        };
+        std::thread displays[] = {std::thread(display), std::thread(display)};
+        while (running > 0)
+            a.run(0.0001);
+        for (std::thread& thread : displays)
+            thread.join();
+        a.run(0.0001);
+        a.fetch();
+        const bool isOn = round % 2 == 0;
+        EXPECT_EQ(param.getValue(0, 0), isOn ? 1.0 : 0.0) << round;
+        EXPECT_EQ(a.enabled(spectrumName), isOn ? 1.0 : 0.0) << round;
+        for (int i = 0; i < 2 && isOn; ++i)
+            a.viz->removeLocalListener(slot);
     }
-    EXPECT_EQ(faults, 0u);
+}
+
+// Names from outside: what the tree knows is served whatever their number.
+TEST(VizCollector, UnknownNamesMakeOnlySoManySlots)
+{
+    CVizTree tree;
+    CVizInstance a(tree, "a");
+    int made = 0;
+    for (int i = 0; i < 1000; ++i)
+        made += a.viz->findOrMakeSlot(CStringBuf("x") + CStringBuf::fromInt(i)) != nullptr;
+    EXPECT_EQ(made, CAudioVizCollector::maxForeignSlots);
+    EXPECT_EQ(a.viz->findOrMakeSlot(spectrumName), &a.viz->getSlot(spectrumName));
+    EXPECT_NE(a.viz->findOrMakeSlot("x0"), nullptr);
+    EXPECT_EQ(a.viz->findOrMakeSlot("x999"), nullptr);
 }
 
 }
