@@ -147,6 +147,11 @@ void CAudioParam::storeDelivered(const CAudioParamRequest& request, std::uint64_
     run(request, {.mark = &mark});
 }
 
+bool CAudioParam::comesBehind(std::uint64_t mark) const
+{
+    return collector.queue->comesBehind(*this, mark);
+}
+
 std::uint64_t CAudioParam::deliver(const CAudioParamRequest& request)
 {
     CPrepared prepared;

@@ -8,6 +8,7 @@
 #include "Platform/CLock.h"
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <span>
 
@@ -41,6 +42,10 @@ public:
 
     /// True while a step of the history is undone or redone: nothing is recorded, and the user's action lies behind.
     virtual bool isReplay() const { return false; }
+
+    /// Keeps `call` until the action is over, whether it becomes a step of the history or not; it is then made with no
+    /// lock of the parameters held. False where there is no such end: nothing is kept.
+    virtual bool callWhenClosed(std::function<void()>) { return false; }
 
     /// In a replay: the step restores this group of the parameter by itself, so that whoever derives its values from
     /// another parameter's (a registry from the value that selects a preset) keeps silent about it.
@@ -91,6 +96,10 @@ public:
     /// and sends it once more only if another change overtook it. `mark` is what deliver returned.
     void storeDelivered(const CAudioParamRequest& request, std::uint64_t mark);
 
+    /// For a hook, under lock(): true when the change that it sees reaches the audio side behind all that was delivered
+    /// with this mark.
+    bool comesBehind(std::uint64_t mark) const;
+
     /// Copies from the default store; group may be allGroups, element everyIndex. isLast cuts the list behind the
     /// element.
     void reset(int group, int element, CAudioParamUndoContext* undo = nullptr, bool isLast = false);
@@ -98,6 +107,9 @@ public:
     /// Replaces values from a stored block: its path, which is ignored, and the store. All groups land in one flush.
     /// On failure nothing has changed. A locked parameter reads the block and keeps its values.
     CError load(CInputStream& stream, const CAudioParamLoadTarget& target, CAudioParamUndoContext* undo = nullptr);
+
+    /// What such a block holds, within the ranges; no groups while the parameter has no definition. Any thread.
+    CError readBlock(CInputStream& stream, CAudioParamStorage& values) const;
 
     /// Writes the block of the current values under the name of the definition; everyIndex writes all groups.
     CError save(COutputStream& stream, const CStringBuf& definitionName, int group) const;

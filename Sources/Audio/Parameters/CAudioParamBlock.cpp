@@ -17,7 +17,7 @@ CError CAudioParam::save(COutputStream& stream, const CStringBuf& definitionName
     return {};
 }
 
-CError CAudioParam::load(CInputStream& stream, const CAudioParamLoadTarget& target, CAudioParamUndoContext* undo)
+CError CAudioParam::readBlock(CInputStream& stream, CAudioParamStorage& values) const
 {
     CStringBuf path;
     KOR_TRY(stream.readString(path));
@@ -29,6 +29,16 @@ CError CAudioParam::load(CInputStream& stream, const CAudioParamLoadTarget& targ
     loaded.setGroupCount(groupCountOf(*definition));
     KOR_TRY(loaded.load(stream));
     loaded.clampTo(*definition);
+    values = std::move(loaded);
+    return {};
+}
+
+CError CAudioParam::load(CInputStream& stream, const CAudioParamLoadTarget& target, CAudioParamUndoContext* undo)
+{
+    CAudioParamStorage loaded;
+    KOR_TRY(readBlock(stream, loaded));
+    if (loaded.groupCount() == 0)
+        return {};
 
     std::optional<CAudioParamBatch> batch;
     if (CAudioParamChangeScope::currentBatch() == nullptr)

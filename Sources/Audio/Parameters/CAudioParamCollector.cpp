@@ -131,7 +131,32 @@ void CAudioParamCollector::collectorReady()
 
 bool CAudioParamCollector::flush()
 {
-    return queue->flush();
+    const bool any = queue->flush();
+    if (follower)
+        follower();
+    return any;
+}
+
+double CAudioParamCollector::heardValue(CAudioParam& param, int group, int element)
+{
+    queue->drainAudible(param);
+    return param.audible.getValue(group, element);
+}
+
+int CAudioParamCollector::heardCount(CAudioParam& param, int group)
+{
+    queue->drainAudible(param);
+    return param.audible.elementCount(group);
+}
+
+void CAudioParamCollector::reserveHeard(CAudioParam& param, int elements)
+{
+    param.audible.reserve(elements);
+}
+
+void CAudioParamCollector::setFollower(std::function<void()> call)
+{
+    follower = std::move(call);
 }
 
 std::uint64_t CAudioParamCollector::deliveryCount() const noexcept

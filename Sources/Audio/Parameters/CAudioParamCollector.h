@@ -89,6 +89,18 @@ public:
     /// thread.
     std::uint64_t deliveryCount() const noexcept;
 
+    // What the audio side has, everything put on queues so far included; float parameters only. Audio thread. A list
+    // that has grown past what was reserved allocates.
+    double heardValue(CAudioParam& param, int group, int element);
+    int heardCount(CAudioParam& param, int group);
+
+    /// Room for lists of this many elements on the audio side. While not processing.
+    void reserveHeard(CAudioParam& param, int elements);
+
+    /// Runs at the end of each flush, on its thread; it may deliver changes. An empty one ends it. While nothing
+    /// flushes.
+    void setFollower(std::function<void()> call);
+
     /// Room for this many changes delivered in a slice without allocation. Any thread while not processing.
     void reserveDelivered(int count);
 
@@ -106,6 +118,7 @@ private:
     }
 
     std::unique_ptr<CAudioParamQueue> queue;
+    std::function<void()> follower;
     int groups = 8;
 
     // Under the name lock, a leaf.

@@ -56,6 +56,9 @@ public:
     /// The change was heard before it was stored; sends it only if a change queued later than `mark` overtook it.
     void settle(CAudioParam& param, const CAudioParamRequest& request, int touchedEnd, std::uint64_t mark);
 
+    /// True when the latest change of the parameter leaves the pending list behind `mark`.
+    bool comesBehind(const CAudioParam& param, std::uint64_t mark) const;
+
     void submit(CAudioParamBatch& batch);
 
     // Audio thread.

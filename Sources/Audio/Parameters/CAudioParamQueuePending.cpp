@@ -72,6 +72,16 @@ void CAudioParamQueue::settle(CAudioParam& param, const CAudioParamRequest& requ
         append(makeRecord(param, request, touchedEnd));
 }
 
+// What waits in a batch gets its place only when the batch is submitted.
+bool CAudioParamQueue::comesBehind(const CAudioParam& param, std::uint64_t mark) const
+{
+    const CAudioParamBatch* batch = CAudioParamChangeScope::currentBatch();
+    if (batch != nullptr && &batch->collector == &param.collector)
+        return true;
+    CLockHolder hold(pendingLock());
+    return param.queuedTicket > mark;
+}
+
 void CAudioParamQueue::append(CRecord* record)
 {
     CAudioParam& param = *record->change.param;

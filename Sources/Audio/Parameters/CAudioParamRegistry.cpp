@@ -255,6 +255,12 @@ void CAudioParamRegistry::resetShownName(CAudioParamUndoContext* context)
         changeShownName(*nameParam, allGroups, context, [&] { nameParam->reset(allGroups, everyIndex, context); });
 }
 
+std::shared_ptr<const CAudioPresetBank> CAudioParamRegistry::presets() const
+{
+    CLockHolder hold(listLock);
+    return list;
+}
+
 void CAudioParamRegistry::addListener(CAudioParamRegistryListener& listener)
 {
     CLockHolder hold(listLock);

@@ -17,6 +17,7 @@ namespace kor
 
 class CAudioParamRegistry;
 class CAudioParamRegistryNameBridge;
+struct CAudioParamSelectionTable;
 
 /// Is told that the programs of a registry, their names or the current one changed, on the thread of the change with
 /// no lock held. `sender` is the listener that caused it, null for anybody else.
@@ -118,6 +119,14 @@ public:
     /// Whether a routing preset fits where mid/side pairs or a side chain may not be allowed.
     static bool isRoutingCompatible(const CAudioPreset& preset, bool allowMidSide, bool allowSidechain);
 
+    /// The presets that a parameter selects from; null for none. It is another object whenever the list has changed.
+    /// Any thread but the audio thread.
+    std::shared_ptr<const CAudioPresetBank> presets() const;
+
+    /// What a selection from this list sets, in plain values. Null where single elements are selected for. No lock
+    /// held.
+    std::unique_ptr<const CAudioParamSelectionTable> selectionTable(const CAudioPresetBank* fromList);
+
     void addListener(CAudioParamRegistryListener& listener);
     void removeListener(CAudioParamRegistryListener& listener);
 
@@ -171,6 +180,15 @@ private:
     void readList();
     std::optional<CAudioPreset> readDefaultPreset() const;
     void takeStoredDefaults();
+
+    /// A parameter's part in applying a preset.
+    struct CStep
+    {
+        CAudioParam* param;
+        const CByteArray* block;                    // null for the default
+    };
+    CArray<CStep> stepsOf(const CAudioPreset& preset, CAudioPresetScope scope, const CAudioParamLoadTarget& target,
+                          const CAudioParamUndoContext* context);
 
     CError capture(CAudioPreset& preset, int group);
     void captureProgram(CAudioPreset& preset);

@@ -2,6 +2,7 @@
 // What a registry does with one preset: capture the parameters into it, apply it to them, select it by a parameter.
 #include "Audio/Parameters/CAudioParamDef.h"
 #include "Audio/Parameters/CAudioParamRegistry.h"
+#include "Audio/Parameters/CAudioParamSelectionTable.h"
 #include "Core/CLog.h"
 #include "Core/CMemoryReader.h"
 #include "Core/CWriteSeqBuffer.h"
@@ -103,14 +104,10 @@ CError CAudioParamRegistry::apply(const CAudioPreset& preset, CAudioPresetScope 
 // Parameters that select presets come first, since what they select must not undo what the preset says itself. What
 // the preset leaves out goes to its default, the parameters of an enumerated registry excepted, which follow the
 // selection.
-CError CAudioParamRegistry::applySteps(const CAudioPreset& preset, CAudioPresetScope scope,
-                                       const CAudioParamLoadTarget& target, CAudioParamUndoContext* context)
+CArray<CAudioParamRegistry::CStep> CAudioParamRegistry::stepsOf(const CAudioPreset& preset, CAudioPresetScope scope,
+                                                                const CAudioParamLoadTarget& target,
+                                                                const CAudioParamUndoContext* context)
 {
-    struct CStep
-    {
-        CAudioParam* param;
-        const CByteArray* block;                    // null for the default
-    };
     CArray<CStep> steps;
     const auto isHeld = [&](const CAudioParam& param)
     { return context != nullptr && context->isReplay() && context->holds(param, target.group); };
@@ -130,8 +127,13 @@ CError CAudioParamRegistry::applySteps(const CAudioPreset& preset, CAudioPresetS
     }
     std::stable_partition(steps.begin(), steps.end(),
                           [](const CStep& step) { return !step.param->info().paramRegistry.isEmpty(); });
+    return steps;
+}
 
-    for (const CStep& step : steps)
+CError CAudioParamRegistry::applySteps(const CAudioPreset& preset, CAudioPresetScope scope,
+                                       const CAudioParamLoadTarget& target, CAudioParamUndoContext* context)
+{
+    for (const CStep& step : stepsOf(preset, scope, target, context))
     {
         if (step.block == nullptr)
         {
@@ -153,11 +155,7 @@ void CAudioParamRegistry::onParamChange(const CAudioParamRequest& request, CAudi
     if (isSelecting || (!isElementEnum && request.firstElement != 0))
         return;
     isSelecting = true;
-    std::shared_ptr<const CAudioPresetBank> presets;
-    {
-        CLockHolder holdList(listLock);
-        presets = list;
-    }
+    const std::shared_ptr<const CAudioPresetBank> selectable = presets();
     const CAudioParamStorage& values = request.param->values();
     const int firstGroup = request.group == allGroups ? 0 : request.group;
     const int endGroup = request.group == allGroups ? values.groupCount() : request.group + 1;
@@ -165,10 +163,10 @@ void CAudioParamRegistry::onParamChange(const CAudioParamRequest& request, CAudi
     for (int g = firstGroup; g < endGroup; ++g)
     {
         if (!isElementEnum)
-            select(presets.get(), values.getValue(g, 0), {.group = g}, context);
+            select(selectable.get(), values.getValue(g, 0), {.group = g}, context);
         else
             for (int e = request.firstElement; e < endElement; ++e)
-                select(presets.get(), values.getValue(g, e),
+                select(selectable.get(), values.getValue(g, e),
                        {.group = g, .element = e, .isLast = request.cut && e + 1 == endElement}, context);
     }
     isSelecting = false;
@@ -183,6 +181,52 @@ void CAudioParamRegistry::select(const CAudioPresetBank* presets, double value, 
     const CAudioPreset& preset = isThere ? presets->preset(static_cast<std::size_t>(index)) : allDefaults;
     if (CError error = applySteps(preset, CAudioPresetScope::storable, target, context))
         CLog::writeError(std::move(error));
+}
+
+// A block that does not load ends its preset there, as it does when the preset is applied.
+std::unique_ptr<const CAudioParamSelectionTable> CAudioParamRegistry::selectionTable(const CAudioPresetBank* fromList)
+{
+    if (isElementEnum)
+        return nullptr;
+    auto table = std::make_unique<CAudioParamSelectionTable>();
+    const auto stepsFor = [this](const CAudioPreset& preset)
+    {
+        CArray<CAudioParamSelectionTable::CStep> result;
+        for (const CStep& step : stepsOf(preset, CAudioPresetScope::storable, {.group = 0}, nullptr))
+        {
+            CAudioParamSelectionTable::CStep& made = result.emplace_back();
+            made.param = step.param;
+            CAudioParamStorage values;
+            if (step.block != nullptr)
+            {
+                CMemoryReader reader(*step.block);
+                if (CError error = step.param->readBlock(reader, values))
+                {
+                    error.ignore();
+                    result.pop_back();
+                    break;
+                }
+                values.setGroupCount(std::min(values.groupCount(), 1));
+            }
+            else
+            {
+                CLockHolder hold(step.param->lock());
+                values = step.param->defaultValues();
+            }
+            if (values.type() != CAudioParamType::real || values.groupCount() == 0)
+            {
+                result.pop_back();
+                continue;
+            }
+            for (int g = 0; g < values.groupCount(); ++g)
+                made.lists.emplace_back(values.values(g).begin(), values.values(g).end());
+        }
+        return result;
+    };
+    for (std::size_t i = 0; fromList != nullptr && i < fromList->size(); ++i)
+        table->presets.push_back(stepsFor(fromList->preset(i)));
+    table->otherwise = stepsFor({});
+    return table;
 }
 
 CStringBuf CAudioParamRegistry::activationLabel(int group) const

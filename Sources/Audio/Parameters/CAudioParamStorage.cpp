@@ -63,6 +63,12 @@ void CAudioParamStorage::setGroupCount(int count)
     groups = count;
 }
 
+void CAudioParamStorage::reserve(int elements)
+{
+    for (int g = 0; g < groups; ++g)
+        groupAt(g).values.reserve(static_cast<std::size_t>(elements) * size);
+}
+
 int CAudioParamStorage::groupCount() const noexcept
 {
     return groups;

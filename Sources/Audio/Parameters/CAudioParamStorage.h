@@ -33,6 +33,9 @@ public:
 
     /// 0 to 64 groups; new groups start empty.
     void setGroupCount(int count);
+
+    /// Room in every group for this many elements.
+    void reserve(int elements);
     int groupCount() const noexcept;
     int elementCount(int group) const noexcept;
     int elementSize() const noexcept;

@@ -22,7 +22,11 @@ std::unique_ptr<CAudioParamUndoRecord> CAudioParamUndo::createRecord(const CStri
 
 void CAudioParamUndo::submit(std::unique_ptr<CAudioParamUndoRecord> record)
 {
-    if (record == nullptr || record->changeCount() == 0)
+    if (record == nullptr)
+        return;
+    CAudioParamChangeScope scope;                   // whoever waits for the end hears of it behind the lock
+    record->close();
+    if (record->changeCount() == 0)
         return;
     CLockHolder hold(mutex);
     if (history == nullptr)

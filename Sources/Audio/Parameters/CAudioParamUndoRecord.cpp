@@ -106,6 +106,20 @@ void CAudioParamUndoRecord::recordNew(CAudioParam& param, const CAudioParamReque
                  });
 }
 
+bool CAudioParamUndoRecord::callWhenClosed(std::function<void()> call)
+{
+    closingCalls.push_back(std::move(call));
+    return true;
+}
+
+void CAudioParamUndoRecord::close()
+{
+    CArray<std::function<void()>> due;
+    due.swap(closingCalls);
+    for (std::function<void()>& call : due)
+        CAudioParamChangeScope::defer(std::move(call));
+}
+
 bool CAudioParamUndoRecord::isSameExtent(const CGroups& a, const CGroups& b) noexcept
 {
     return std::ranges::equal(a, b,

@@ -17,6 +17,9 @@ public:
     /// mergeKey: -1 for none, which equals itself.
     CAudioParamUndoRecord(const CStringBuf& label, bool isMergeable, int mergeKey);
 
+    /// A record that nobody closed is over now.
+    ~CAudioParamUndoRecord() override { close(); }
+
     const CStringBuf& label() const noexcept { return title; }
     void setLabel(const CStringBuf& label) { title = label; }
 
@@ -43,6 +46,10 @@ public:
 
     void recordOld(CAudioParam& param, const CAudioParamRequest& request) override;
     void recordNew(CAudioParam& param, const CAudioParamRequest& request) override;
+    bool callWhenClosed(std::function<void()> call) override;
+
+    /// The action is over: makes the calls that wait for it, behind the thread's scope of changes if one is open.
+    void close();
 
 private:
     /// The extent of a change within its group.
@@ -83,6 +90,7 @@ private:
     CStringBuf title;
     bool isMergeable;
     int mergeKey;
+    CArray<std::function<void()>> closingCalls;
     CMap<CStringBuf, CGroups> params;       // by full name
 };
 
