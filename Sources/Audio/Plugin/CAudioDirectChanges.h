@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Core/CAllocator.h"
-#include "Core/CError.h"
+#include "Platform/CLock.h"
 
 #include <cstdint>
 #include <memory>
@@ -33,7 +33,7 @@ public:
     /// A row whose parameter selects from a list of presets. Before audio starts; once each.
     void addSelector(CAudioExtParam& row);
 
-    /// Takes over the lists of presets if they have changed. Any thread but the audio thread; one at a time.
+    /// Takes over the lists of presets if they have changed. Any thread but the audio thread.
     void prepare();
 
     /// Audio thread; neither allocates nor waits.
@@ -46,6 +46,7 @@ private:
     CAudioParam* oversampling = nullptr;
     CAudioParam* hostMode = nullptr;
     CAudioParam* bypass = nullptr;
+    CLock prepareLock{CLockRank::registryParams};
     CArray<std::unique_ptr<CAudioDirectSelection>> selections;
     std::uint64_t seenDeliveries = 0;               // audio thread
 };

@@ -26,9 +26,10 @@ public:
     /// thread but the audio thread.
     void prepare();
 
-    /// Sets the real value and keeps `note` with it, whatever the caller wants to find again. Audio thread, behind a
-    /// flush of the collector, and with room for the records (CAudioParamCollector::reserveDelivered); neither
-    /// allocates nor waits. Ignored while the parameter has no definition.
+    /// Sets the real value and keeps `note` with it, whatever the caller wants to find again. Audio thread, best right
+    /// behind a flush of the collector, since what is pending is heard over it for a while. With room for the records
+    /// (CAudioParamCollector::reserveDelivered) it neither allocates nor waits. Ignored while the parameter has no
+    /// definition.
     void deliver(double real, double note = 0.0) noexcept;
 
     // Any thread.
@@ -36,21 +37,20 @@ public:
     /// Place of the write that is not stored yet among all of the instance; 0 for none.
     std::uint64_t pendingOrder() const noexcept;
 
-    /// The note of the last write.
+    /// The place of the last write, stored or not, and its note.
+    std::uint64_t lastOrder() const noexcept { return order.load(std::memory_order_acquire); }
     double note() const noexcept { return lastNote.load(std::memory_order_relaxed); }
 
     // Any thread but the audio thread.
 
-    /// Stores the last write. Returns whether there was one.
-    bool settle();
+    /// Stores the last write. Its note goes to `noteTo` before the write counts as stored. Returns whether there was one.
+    bool settle(std::atomic<double>* noteTo = nullptr);
 
     /// Under the parameter's lock, from a hook that sees another's change of this value: a write that the change
     /// reaches the audio side behind is not to be stored any more. Returns false when one remains.
     bool supersede() noexcept;
 
 private:
-    void deliverFrom(int first, double real) noexcept;
-
     CAudioParamCollector* collector = nullptr;
     CAudioParam* target = nullptr;
     int group = 0;
@@ -63,7 +63,7 @@ private:
     std::atomic<double> lastNote{0.0};
     std::atomic<std::uint64_t> mark{0};
     std::atomic<std::uint64_t> order{0};
-    std::atomic<std::uint64_t> settled{0};          // written under the parameter's lock
+    std::atomic<std::uint64_t> settled{0};          // the order that is stored; written under the parameter's lock
 };
 
 }

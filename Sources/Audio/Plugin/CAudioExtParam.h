@@ -68,12 +68,17 @@ public:
     /// The order of the last deliverNormalized that is not stored yet among all rows' of the instance; 0 for none.
     std::uint64_t pendingOrder() const noexcept { return direct.pendingOrder(); }
 
+    /// The order of the last one, stored or not.
+    std::uint64_t lastOrder() const noexcept { return direct.lastOrder(); }
+
     /// Stores what was delivered last, and lets the host's display follow. Any thread but the audio thread.
     void settle();
 
-    /// Takes over what the parameter has: after its definition, and before audio starts. Any thread but the audio
-    /// thread.
+    /// Takes over the value that the parameter has got with its definition; nobody is told.
     void refresh();
+
+    /// Makes ready for delivery, see CAudioDirectValue::prepare. Any thread but the audio thread.
+    void prepare() { direct.prepare(); }
 
 private:
     void onParamChange(const CAudioParamRequest& request, CAudioParamUndoContext* undo) override;

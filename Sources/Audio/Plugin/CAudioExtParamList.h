@@ -16,26 +16,26 @@ class CAudioExtParamList : public CObject, private CAudioParamCollectorHook
 {
 public:
     static void initClass(CObjectClassInfo& info);
+    CError init() override;
     CError initChilds() override;
     void uninit() override;
 
     std::span<CAudioExtParam* const> rows() const noexcept { return list; }
 
     /// Rows talk to the host from now on, or to nobody (null). While nobody changes parameters.
-    void setBridge(CAudioExtParamHostBridge* bridge);
+    void setBridge(CAudioExtParamHostBridge* host);
 
-    /// Makes ready for delivery: call it before audio starts, with all parameters defined. Any thread but the audio
-    /// thread.
+    /// Makes ready for delivery: with all parameters defined, before audio starts. While nothing flushes.
     void prepare();
 
-    // Audio thread; neither allocates nor waits. Flush the collector first, then follow, then deliver.
+    // Audio thread; with room for the records (CAudioParamCollector::reserveDelivered) neither allocates nor waits.
 
-    /// A host's write within a block, with what follows from it at once; an index outside the list is dropped. Returns
-    /// false when nothing changed, see CAudioExtParam::deliverNormalized.
+    /// A host's write within a block; an index outside the list is dropped. Best right behind a flush of the
+    /// collector. Returns false when nothing changed, see CAudioExtParam::deliverNormalized.
     bool deliver(int index, double normalized) noexcept;
 
-    /// Sets right what other values depend on the delivered ones: behind each flush, and behind each value that was
-    /// delivered past this list (CAudioDirectValue). Costs nothing when nothing was delivered.
+    /// Makes what depends on delivered values, those of a CAudioDirectValue included, follow them. The end of every
+    /// flush does it by itself from prepare() on; so it is needed only for a slice that is not flushed for.
     void follow() noexcept { changes.follow(); }
 
     /// Stores what was delivered, in that order, as the host's own changes. Any thread but the audio thread.
@@ -54,6 +54,7 @@ private:
     CAudioExtParamHostBridge* hostBridge = nullptr;
     CAudioParamCollector* collector = nullptr;
     CAudioDirectChanges changes;
+    bool isPrepared = false;
 };
 
 }
