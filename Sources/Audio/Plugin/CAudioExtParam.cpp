@@ -22,6 +22,9 @@ constexpr std::int64_t blockKeepsNs = 1000000000;   // how long a block's write 
 
 constexpr double withoutDefinition = 0.5;
 
+// Rows that this thread is storing. What fills a gap in front of one is no later write to the rows in the gap.
+thread_local int settling = 0;
+
 std::int64_t nowNs() noexcept
 {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
@@ -39,16 +42,19 @@ char16_t lower(char16_t c) noexcept
     return c >= 'A' && c <= 'Z' ? static_cast<char16_t>(c + ('a' - 'A')) : c;
 }
 
+bool endsWith(const CStringBuf& text, const CStringBuf& end) noexcept
+{
+    const int rest = text.length() - end.length();
+    for (int i = 0; rest >= 0 && i < end.length(); ++i)
+        if (lower(text[rest + i]) != lower(end[i]))
+            return false;
+    return rest >= 0;
+}
+
 // Without the unit at the end, if there is one.
 CStringBuf withoutUnit(const CStringBuf& text, const CStringBuf& unit)
 {
-    const int rest = text.length() - unit.length();
-    if (unit.isEmpty() || rest < 0)
-        return text;
-    for (int i = 0; i < unit.length(); ++i)
-        if (lower(text[rest + i]) != lower(unit[i]))
-            return text;
-    return text.substr(0, rest).trimmed();
+    return endsWith(text, unit) ? text.substr(0, text.length() - unit.length()).trimmed() : text;
 }
 
 }
@@ -147,7 +153,10 @@ void CAudioExtParam::setNormalized(double value)
             teller.show(present);
         return;
     }
-    settle();
+    if (list != nullptr)
+        list->settle();                             // all rows, since this one may fill a gap that others are in
+    else
+        settle();
     const CAudioHostCall ofHost;                    // what follows from the write is the host's doing as well
     CAudioParamChangeScope scope;
     CLockHolder hold(target->lock());
@@ -186,7 +195,9 @@ void CAudioExtParam::settle()
         CAudioParamChangeScope scope;
         CLockHolder hold(target->lock());
         isOwnChange = true;
+        ++settling;
         const bool wasPending = direct.settle(&cache);
+        --settling;
         isOwnChange = false;
         if (wasPending)
             teller.tell(cache.load(std::memory_order_relaxed), nullptr);
@@ -211,7 +222,8 @@ void CAudioExtParam::onParamChange(const CAudioParamRequest& request, CAudioPara
     const double value = presentNormalized();
     cache.store(value, std::memory_order_relaxed);
     // What a block wrote later than this is stored over it soon.
-    if (direct.supersede() && !isSame(value, before))
+    const bool isLatest = settling > 0 ? direct.pendingOrder() == 0 : direct.supersede();
+    if (isLatest && !isSame(value, before))
         teller.tell(value, undo);
 }
 
@@ -256,7 +268,14 @@ bool CAudioExtParam::fromText(const CStringBuf& text, double& normalized) const
     if (!ok)
         real = converter.parse(info, 0, withoutUnit(typed, converter.label()), ok);
     if (!ok)
-        return false;
+    {
+        // States that have no name share a text, and the last one is such a state.
+        const CStringBuf last = getText(1.0);
+        if (typed.length() != last.length() || !endsWith(typed, last))
+            return false;
+        normalized = 1.0;
+        return true;
+    }
     normalized = std::clamp(converter.realToNormalised(info, 0, real), 0.0, 1.0);
     return true;
 }
