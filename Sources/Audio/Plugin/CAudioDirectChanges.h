@@ -26,8 +26,8 @@ public:
     CAudioDirectChanges();
     ~CAudioDirectChanges();
 
-    /// Reads from an object's attributes the names of the parameters that the resamplers' bypass follows: `oversampling`,
-    /// `host-oversampling-mode`, `oversampling-bypass`; none of them: there are no resamplers.
+    /// Reads from an object's attributes the names of the parameters that the resamplers' bypass follows:
+    /// `oversampling`, `host-oversampling-mode`, `oversampling-bypass`; none of them: there are no resamplers.
     void setUp(CAudioParamCollector& owner, CObject& settings);
 
     /// A row whose parameter selects from a list of presets. Before audio starts; once each.

@@ -12,7 +12,6 @@ namespace kor
 namespace
 {
 
-constexpr int mostElements = 256;
 constexpr int mostAtOnce = CAudioParamPooledRecord::inlineValues;   // a record holds these without allocation
 
 }
@@ -24,7 +23,7 @@ void CAudioDirectValue::setUp(CAudioParamCollector& owner, CAudioParam& param, i
     collector = &owner;
     target = &param;
     group = groupIndex;
-    element = std::clamp(elementIndex, 0, mostElements - 1);
+    element = std::clamp(elementIndex, 0, elementLimit - 1);
     gapDefaults = std::make_unique<std::atomic<double>[]>(static_cast<std::size_t>(element));
 }
 

@@ -17,7 +17,9 @@ class CAudioParamCollector;
 class CAudioDirectValue
 {
 public:
-    /// element: 0 to 255. Once, before anything else. The parameter must have elements of one value.
+    static constexpr int elementLimit = 256;
+
+    /// element: below elementLimit. Once, before anything else. The parameter must have elements of one value.
     void setUp(CAudioParamCollector& owner, CAudioParam& param, int group, int element);
 
     CAudioParam& param() const noexcept { return *target; }
@@ -43,7 +45,7 @@ public:
 
     // Any thread but the audio thread.
 
-    /// Stores the last write. Its note goes to `noteTo` before the write counts as stored. Returns whether there was one.
+    /// Stores the last write, and returns whether there was one. Its note goes to `noteTo` before it counts as stored.
     bool settle(std::atomic<double>* noteTo = nullptr);
 
     /// Under the parameter's lock, from a hook that sees another's change of this value: a write that the change

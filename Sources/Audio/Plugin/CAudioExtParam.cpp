@@ -17,7 +17,6 @@ namespace
 {
 
 constexpr int longestName = 7;
-constexpr int mostElements = 256;
 constexpr std::int64_t blockKeepsNs = 1000000000;   // how long a block's write outranks the host's other door
 
 constexpr double withoutDefinition = 0.5;
@@ -73,7 +72,7 @@ CError CAudioExtParam::init()
         return KOR_FAIL("Externalized parameter name '%1' is too long", name);
     elementIndex = getAttrInt("element-index");
     groupIndex = getAttrInt("group");
-    if (elementIndex < 0 || elementIndex >= mostElements)
+    if (elementIndex < 0 || elementIndex >= CAudioDirectValue::elementLimit)
         return KOR_FAIL("Invalid element index %1 specified.", elementIndex);
     if (groupIndex < 0 || groupIndex >= CAudioParamCollector::maxGroupCount)
         return KOR_FAIL("Invalid group %1 specified.", groupIndex);
