@@ -11,9 +11,14 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <cstdlib>
+#include <functional>
 #include <memory>
+#include <pthread.h>
 #include <random>
+#include <sys/mman.h>
+#include <sys/resource.h>
 #include <thread>
 
 namespace kor::test
@@ -89,6 +94,12 @@ public:
             ids.push_back(client.listen(*copies.back(), param->fullName().toUtf8()));
         }
         EXPECT_TRUE(succeeded(client->listenRegistry(registryId, "plugin.param-registry", registry)));
+        for (const char* const shown : {"modMeterOut", "modMeterIODiff", "modSpectrum",
+                                        "modMorvaEQ.modFilter.modMeterEnv"})
+        {
+            std::uint32_t listening = 0;
+            EXPECT_TRUE(succeeded(client->listenViz(listening, CStringBuf("plugin.modMain.") + shown, -1)));
+        }
     }
 
     void step()
@@ -221,24 +232,155 @@ private:
     std::uint32_t undo = 0;
 };
 
+// What one block of the audio thread has cost.
+struct CBlockCost
+{
+    double seconds = 0.0;
+    std::size_t heapFaults = 0;
+    std::size_t waits = 0;
+    long pageFaults = 0;
+    std::uint64_t changes = 0; // delivered to the graph
+};
+
+double share(std::vector<double> times, double part)
+{
+    std::ranges::sort(times);
+    return times[static_cast<std::size_t>(part * static_cast<double>(times.size() - 1))];
+}
+
+/// How many lasted longer than three times the median.
+std::size_t countLong(const std::vector<double>& times)
+{
+    const double limit = 3.0 * share(times, 0.5);
+    return static_cast<std::size_t>(std::ranges::count_if(times, [limit](double time) { return time > limit; }));
+}
+
+void print(const char* what, const std::vector<double>& times)
+{
+    std::printf("%s: %zu, median %.0f us, 99.9 %% %.0f us, longest %.0f us, %zu above 3 medians\n", what,
+                times.size(), 1e6 * share(times, 0.5), 1e6 * share(times, 0.999), 1e6 * share(times, 1.0),
+                countLong(times));
+}
+
+// The same arithmetic over and over, in registers: what it takes longer at times is the machine's doing, such as that
+// of a virtual machine's host that gives the processor to somebody else for milliseconds, whatever the priority here.
+class CYardstick
+{
+public:
+    /// Makes a turn last about as long as the blocks.
+    void fit(double seconds)
+    {
+        double best = 1.0;
+        for (int i = 0; i < 20; ++i)
+            best = std::min(best, run());
+        steps = std::max(1, static_cast<int>(steps * seconds / best));
+    }
+
+    /// Seconds of a turn.
+    double run()
+    {
+        const auto begin = CClock::now();
+        double value = start;
+        for (int i = 0; i < steps; ++i)
+            value = value * 0.9999 + 0.1;
+        start = value;
+        return std::chrono::duration<double>(CClock::now() - begin).count();
+    }
+
+private:
+    volatile double start = 0.5;
+    int steps = 100000;
+};
+
 struct CRunResult
 {
     std::array<std::string, 2> differences;
-    std::size_t heapFaults = 0; // of the audio thread, but for locks
-    std::uint64_t blocks = 0;
-    double medianSeconds = 0.0;
-    double longestSeconds = 0.0;
-    std::uint64_t waits = 0;                        // blocks that found a lock held
-    double longestWaitSeconds = 0.0;                // of these blocks
+    std::vector<CBlockCost> blocks;
+    std::vector<double> yardstick; // a turn behind each block
+
+    std::vector<double> times() const
+    {
+        std::vector<double> list;
+        for (const CBlockCost& block : blocks)
+            list.push_back(block.seconds);
+        return list;
+    }
+
+    std::size_t heapFaults() const
+    {
+        std::size_t count = 0;
+        for (const CBlockCost& block : blocks)
+            count += block.heapFaults;
+        return count;
+    }
 };
+
+// What a host gives the thread that asks it for sound: the priority of its kind, and memory that is there.
+class CAudioThreadRights
+{
+public:
+    CAudioThreadRights()
+    {
+        sched_param wish = {};
+        wish.sched_priority = 20;
+        hasPriority = pthread_setschedparam(pthread_self(), SCHED_FIFO, &wish) == 0;
+#if !defined(KOR_SANITIZE)
+        hasMemory = mlockall(MCL_CURRENT | MCL_FUTURE) == 0;
+#endif
+    }
+    ~CAudioThreadRights()
+    {
+        munlockall();
+        sched_param wish = {};
+        pthread_setschedparam(pthread_self(), SCHED_OTHER, &wish);
+    }
+    CAudioThreadRights(const CAudioThreadRights&) = delete;
+    CAudioThreadRights& operator=(const CAudioThreadRights&) = delete;
+
+    bool hasPriority = false;
+    bool hasMemory = false;
+};
+
+long pageFaults()
+{
+    rusage usage;
+    getrusage(RUSAGE_THREAD, &usage);
+    return usage.ru_minflt + usage.ru_majflt;
+}
+
+constexpr int sessionChannels = 8;
+constexpr int sessionBands = 16;
+
+/// Eight groups of a channel, each with some tens of bands, of which every fourth is dynamic.
+void setSession(CAudioInstance& instance)
+{
+    const auto set = [&](const char* key, int group, int element, double value)
+    { instance.findParam(key)->setValue(group, element, value); };
+    for (int c = 0; c < sessionChannels; ++c)
+    {
+        set("io-params.in-routing", 0, c, c + 1.0);
+        set("io-params.out-routing", 0, c, c + 1.0);
+        set("io-params.grouping", 0, c, c);
+        set("modMorvaEQ.eq-params.band-count", c, 0, sessionBands);
+        for (int band = 0; band < sessionBands; ++band)
+        {
+            set("modMorvaEQ.eq-params.mode", c, band, band % 4 == 0 ? 1.0 : 4.0);
+            set("modMorvaEQ.eq-params.freq", c, band, 60.0 + 600.0 * band);
+            set("modMorvaEQ.eq-params.gain", c, band, band % 2 == 0 ? 1.5 : 0.7);
+            set("modMorvaEQ.eq-params.bw", c, band, 1.0);
+            set("modMorvaEQ.eq-params.dyn", c, band, 100.0);
+        }
+    }
+}
 
 CRunResult runTogether(CAudioInstance& instance, const std::vector<CAudioParam*>& params,
                        const std::vector<CAudioParam*>& automated, CVariety variety, double seconds)
 {
     CRunResult result;
     instance.collector().reserveDelivered(256);
+    setSession(instance);
     instance.environment().isProcessing = true;
-    EXPECT_TRUE(succeeded(instance.graph().setLayout(std::vector<int>{0, 0}, 48000.0)));
+    EXPECT_TRUE(succeeded(instance.graph().setLayout(std::vector<int>(sessionChannels, 0), 48000.0)));
     enum Phase
     {
         running,
@@ -246,12 +388,14 @@ CRunResult runTogether(CAudioInstance& instance, const std::vector<CAudioParam*>
         quiet
     };
     std::atomic<int> phase{running};
+    std::atomic<int> ready{0};
     std::atomic<int> stopped{0};
     std::atomic<int> compared{0};
     CAutomation automation;
     const auto window = [&](std::size_t index)
     {
         CWindow own(instance, params, variety, 77 + static_cast<unsigned>(index));
+        ++ready;
         while (phase == running)
             own.step();
         own.finish();
@@ -284,14 +428,19 @@ CRunResult runTogether(CAudioInstance& instance, const std::vector<CAudioParam*>
             ++stopped;
         });
 
-    std::vector<double> silence(512, 0.25), left(512), right(512);
-    const double* in[] = {silence.data(), silence.data()};
-    double* out[] = {left.data(), right.data()};
-    std::vector<double> times;
-    times.reserve(2000000);
+    constexpr int blockSamples = 512;
+    std::vector<double> music(blockSamples), trash(blockSamples);
     std::mt19937 random(9);
+    for (double& sample : music)
+        sample = static_cast<double>(random() % 2001) / 4000.0 - 0.25;
+    const std::vector<const double*> in(sessionChannels, music.data());
+    const std::vector<double*> out(sessionChannels, trash.data());
+    result.blocks.reserve(200000);
     const auto block = [&](bool isAutomated)
     {
+        CBlockCost cost;
+        const long faultsBefore = pageFaults();
+        const std::uint64_t changesBefore = instance.collector().deliveryCount();
         const auto begin = CClock::now();
         const CRealtimeGuard guard;
         for (int i = 0; i < 4 && isAutomated; ++i)
@@ -303,55 +452,165 @@ CRunResult runTogether(CAudioInstance& instance, const std::vector<CAudioParam*>
                                {&param, static_cast<int>(random() % 8), static_cast<int>(random() % 4),
                                 info.minValue(0) + share * (info.maxValue(0) - info.minValue(0)), 0});
         }
-        instance.graph().process(in, out, 2, 64);
-        if (++result.blocks > 200)
-            result.heapFaults += guard.faults() - guard.lockWaits();
-        const double taken = std::chrono::duration<double>(CClock::now() - begin).count();
-        if (times.size() < times.capacity())
-            times.push_back(taken);
-        if (guard.lockWaits() > 0)
-        {
-            ++result.waits;
-            result.longestWaitSeconds = std::max(result.longestWaitSeconds, taken);
-        }
+        instance.graph().process(in.data(), out.data(), sessionChannels, blockSamples);
+        cost.waits = guard.lockWaits();
+        cost.heapFaults = guard.faults() - cost.waits;
+        cost.seconds = std::chrono::duration<double>(CClock::now() - begin).count();
+        cost.changes = instance.collector().deliveryCount() - changesBefore;
+        cost.pageFaults = pageFaults() - faultsBefore;
+        return cost;
     };
-    const auto end = CClock::now() + std::chrono::duration<double>(seconds);
-    while (CClock::now() < end)
+    while (ready != 2)
+        block(false);
+    std::vector<double> first;
+    for (int i = 0; i < 200; ++i)
+        first.push_back(block(true).seconds);
+    CYardstick yardstick;
+    yardstick.fit(share(first, 0.5));
+    result.yardstick.reserve(result.blocks.capacity());
     {
-        block(true);
-        std::this_thread::sleep_for(std::chrono::microseconds(300));
+        const CAudioThreadRights rights;
+        std::printf("real-time priority: %s, locked memory: %s\n", rights.hasPriority ? "yes" : "not permitted",
+                    rights.hasMemory ? "yes" : "not permitted");
+        const auto end = CClock::now() + std::chrono::duration<double>(seconds);
+        while (CClock::now() < end && result.blocks.size() < result.blocks.capacity())
+        {
+            result.blocks.push_back(block(true));
+            result.yardstick.push_back(yardstick.run());
+            std::this_thread::sleep_for(std::chrono::microseconds(300));
+        }
     }
     phase = draining;
     while (stopped != 3)
-    {
         block(false);
-        std::this_thread::yield();
-    }
     host.join();
     automation.store();
     block(false);
     phase = quiet;
     for (std::thread& thread : windows)
         thread.join();
-    std::ranges::sort(times);
-    result.medianSeconds = times[times.size() / 2];
-    result.longestSeconds = times.back();
     return result;
 }
 
 void report(const CRunResult& result)
 {
-    std::printf("%llu blocks, median %.1f us, longest %.1f us; %llu found a lock held, longest %.1f us\n",
-                static_cast<unsigned long long>(result.blocks), 1e6 * result.medianSeconds, 1e6 * result.longestSeconds,
-                static_cast<unsigned long long>(result.waits), 1e6 * result.longestWaitSeconds);
+    print("blocks", result.times());
+    print("yardstick", result.yardstick);
+    const auto held = std::ranges::count_if(result.blocks, [](const CBlockCost& block) { return block.waits > 0; });
+    std::printf("%td blocks met a held lock; %zu times the heap in all; the longest blocks:\n", held,
+                result.heapFaults());
+    std::vector<CBlockCost> worst = result.blocks;
+    std::ranges::sort(worst, std::ranges::greater(), &CBlockCost::seconds);
+    worst.resize(std::min<std::size_t>(worst.size(), 8));
+    for (const CBlockCost& block : worst)
+        std::printf("    %.0f us: %llu changes, %zu heap, %zu locks, %ld pages\n", 1e6 * block.seconds,
+                    static_cast<unsigned long long>(block.changes), block.heapFaults, block.waits, block.pageFaults);
     EXPECT_EQ(result.differences[0], "");
     EXPECT_EQ(result.differences[1], "");
-    EXPECT_GT(result.blocks, 100u);
+    EXPECT_GT(result.blocks.size(), 100u);
 }
+
+// A change made in a quiet instance, and the longest of the blocks that take it in.
+struct CChangeCase
+{
+    const char* what;
+    double mostMedians; // 0: in time for the next block, no more
+    std::function<void(CAudioInstance&, bool)> make; // there and back
+};
+
+const CChangeCase changeCases[] = {
+    {"a band's frequency", 3.0,
+     [](CAudioInstance& instance, bool isBack)
+     { instance.findParam("modMorvaEQ.eq-params.freq")->setValue(2, 4, isBack ? 300.0 : 5000.0); }},
+    {"a band's gain in all groups", 3.0,
+     [](CAudioInstance& instance, bool isBack)
+     { instance.findParam("modMorvaEQ.eq-params.gain")->setValue(allGroups, 4, isBack ? 0.5 : 2.0); }},
+    {"every band's frequency and gain", 0.0,
+     [](CAudioInstance& instance, bool isBack)
+     {
+         for (const char* const key : {"modMorvaEQ.eq-params.freq", "modMorvaEQ.eq-params.gain"})
+         {
+             CAudioParam& param = *instance.findParam(key);
+             const double middle = key[21] == 'f' ? 2000.0 : 1.0;
+             for (int band = 0; band < sessionBands; ++band)
+                 param.setValue(allGroups, band, middle * (isBack ? 0.5 : 1.5) + band);
+         }
+     }},
+    {"a band's type", 0.0,
+     [](CAudioInstance& instance, bool isBack)
+     { instance.findParam("modMorvaEQ.eq-params.mode")->setValue(2, 5, isBack ? 4.0 : 1.0); }},
+    {"a band's type in all groups", 0.0,
+     [](CAudioInstance& instance, bool isBack)
+     { instance.findParam("modMorvaEQ.eq-params.mode")->setValue(allGroups, 5, isBack ? 4.0 : 1.0); }},
+    {"every band's type", 0.0,
+     [](CAudioInstance& instance, bool isBack)
+     {
+         for (int band = 0; band < sessionBands; ++band)
+             instance.findParam("modMorvaEQ.eq-params.mode")->setValue(allGroups, band, isBack ? 4.0 : 1.0);
+     }},
+    {"one band more in a group", 0.0,
+     [](CAudioInstance& instance, bool isBack)
+     { instance.findParam("modMorvaEQ.eq-params.band-count")->setValue(2, 0, sessionBands + (isBack ? 0 : 1)); }},
+    {"a routed input", 0.0,
+     [](CAudioInstance& instance, bool isBack)
+     { instance.findParam("io-params.in-routing")->setValue(0, 3, isBack ? 4.0 : 3.0); }},
+    {"oversampling", 0.0,
+     [](CAudioInstance& instance, bool isBack)
+     { instance.findParam("oversampling")->setValue(0, 0, isBack ? 1.0 : 2.0); }},
+    {"a program", 0.0,
+     [](CAudioInstance& instance, bool isBack) { instance.registry().setCurrentProgram(isBack ? 0 : 1); }},
+};
 
 }
 
-// MORVA_LONG=1 takes a minute.
+// Without other threads and as the best of many turns, so that what the machine takes away does not count.
+TEST(InterfaceStress, WhatAChangeCostsTheBlocksThatTakeIt)
+{
+    const int turns = isLong() ? 30 : 6;
+    for (const CChangeCase& row : changeCases)
+    {
+        CProductTree product;
+        CAudioInstance instance;
+        ASSERT_TRUE(succeeded(instance.create()));
+        setSession(instance);
+        instance.environment().isProcessing = true;
+        ASSERT_TRUE(succeeded(instance.graph().setLayout(std::vector<int>(sessionChannels, 0), 48000.0)));
+        std::vector<double> music(512, 0.1), trash(512);
+        const std::vector<const double*> in(sessionChannels, music.data());
+        const std::vector<double*> out(sessionChannels, trash.data());
+        const auto run = [&]
+        {
+            const auto begin = CClock::now();
+            instance.graph().process(in.data(), out.data(), sessionChannels, 512);
+            return std::chrono::duration<double>(CClock::now() - begin).count();
+        };
+        std::vector<double> steady, best[2];
+        for (double& sample : music)
+            sample = 0.25 * std::sin(0.05 * static_cast<double>(&sample - music.data()));
+        for (int turn = 0; turn < 2 * turns; ++turn)
+        {
+            for (int i = 0; i < 30; ++i)
+                if (const double time = run(); i > 10 && turn % 2 == 0)
+                    steady.push_back(time);
+            row.make(instance, turn % 2 == 1);
+            std::vector<double>& least = best[turn % 2];
+            least.resize(12, 1.0);
+            for (double& time : least)
+                time = std::min(time, run());
+        }
+        const double first = std::max(best[0][0], best[1][0]);
+        const double median = share(steady, 0.5);
+        const double longest = std::max(std::ranges::max(best[0]), std::ranges::max(best[1]));
+        std::printf("%-34s median %4.0f us, first %5.0f us, longest %5.0f us (%.1f medians)\n", row.what, 1e6 * median,
+                    1e6 * first, 1e6 * longest, longest / median);
+        if (isLong())
+        {
+            EXPECT_LT(longest, row.mostMedians > 0.0 ? row.mostMedians * median : 512 / 48000.0) << row.what;
+        }
+    }
+}
+
+// MORVA_LONG=1 takes a minute for each.
 TEST(InterfaceStress, WindowsHostAndSoundAgreeInTheEnd)
 {
     CInterfaceFixture f;
@@ -364,7 +623,7 @@ TEST(InterfaceStress, WindowsHostAndSoundAgreeInTheEnd)
         });
     for (const char* const key : {"freq", "gain", "bw"})
         automated.push_back(&f.param(std::string("modMorvaEQ.eq-params.") + key));
-    report(runTogether(f.instance, params, automated, CVariety::everything, isLong() ? 40.0 : 1.0));
+    report(runTogether(f.instance, params, automated, CVariety::everything, isLong() ? 60.0 : 1.0));
 }
 
 TEST(InterfaceStress, TheAudioThreadNeitherAllocatesNorIsHeldUp)
@@ -375,13 +634,13 @@ TEST(InterfaceStress, TheAudioThreadNeitherAllocatesNorIsHeldUp)
                                   "spectrum-params.slope", "spectrum-params.mode-name"})
         params.push_back(&f.param(std::string("modMorvaEQ.") + key));
     const std::vector<CAudioParam*> automated(params.begin(), params.begin() + 3);
-    const CRunResult result = runTogether(f.instance, params, automated, CVariety::values, isLong() ? 20.0 : 1.0);
+    const CRunResult result = runTogether(f.instance, params, automated, CVariety::values, isLong() ? 60.0 : 1.0);
     report(result);
-    EXPECT_EQ(result.heapFaults, 0u);
-    // Blocks that no lock held up are left out: the system may take the thread away at any time.
+    EXPECT_EQ(result.heapFaults(), 0u);
     if (isLong())
     {
-        EXPECT_LT(result.longestWaitSeconds, 3.0 * result.medianSeconds + 0.02);
+        // Two in a thousand more than of the machine's own.
+        EXPECT_LE(countLong(result.times()), countLong(result.yardstick) + result.blocks.size() / 500);
     }
 }
 
