@@ -108,6 +108,7 @@ void CAudioGraphHost::prime()
     if (!impl->isReady())
         return;
     beginBlock();
+    beginSlice();
     impl->runSlice(nullptr, nullptr, 0, 1);
 }
 
@@ -125,6 +126,7 @@ void CAudioGraphHost::process(const double* const* in, double* const* out, int o
             inputs[c] = in != nullptr && in[c] != nullptr ? in[c] + offset : nullptr;
         for (int c = 0; c < outputCount; ++c)
             outputs[c] = out[c] != nullptr ? out[c] + offset : nullptr;
+        beginSlice();
         processSlice(inputs, outputs, outputCount, count);
         offset += count;
     }
@@ -135,10 +137,21 @@ void CAudioGraphHost::process(const double* const* in, double* const* out, int o
     }
 }
 
+// What is pending goes first: what the call delivers is newer.
 void CAudioGraphHost::beginBlock()
 {
-    if (impl->isReady())
-        impl->blockStart();
+    if (!impl->isReady())
+        return;
+    impl->context.collector.flush();
+    impl->blockStart();
+}
+
+void CAudioGraphHost::beginSlice()
+{
+    if (!impl->isReady())
+        return;
+    impl->context.collector.flush();
+    impl->context.beginSlice();
 }
 
 void CAudioGraphHost::processSlice(const double* const* in, double* const* out, int outputChannels, int frames)
@@ -160,9 +173,7 @@ void CAudioGraphHost::CImplementation::runSlice(const double* const* in, double*
                                                 int count)
 {
     const CDenormalGuard denormalsAreZero;
-    context.collector.flush();
-    context.beginSlice();
-
+    context.env.isInSlice = true;
     // Copied before anything is written, so that outputs may be the same memory as inputs.
     for (std::size_t c = 0; c < input.channels().size(); ++c)
     {
@@ -191,6 +202,7 @@ void CAudioGraphHost::CImplementation::runSlice(const double* const* in, double*
         std::fill_n(out[c] + there, count - there, 0.0);
     }
     end->inputs().releaseBuffers();
+    context.env.isInSlice = false;
 }
 
 void CAudioGraphHost::stop()

@@ -50,9 +50,11 @@ public:
     /// same or another channel. Does nothing but write zeros before create and setLayout.
     void process(const double* const* in, double* const* out, int outputChannels, int frames);
 
-    /// The same in slices of the caller's own: beginBlock once for a block of the host, then up to 512 samples a call.
+    /// The same in slices of the caller's own: beginBlock once for a block of the host, then for each slice beginSlice,
+    /// which takes pending parameter changes, and up to sliceSize samples.
     static constexpr int sliceSize = 512;
     void beginBlock();
+    void beginSlice();
     void processSlice(const double* const* in, double* const* out, int outputChannels, int frames);
 
     /// What happens first of all in each process, beginBlock and prime, on their thread; it may deliver parameter changes. Set while

@@ -22,6 +22,10 @@ public:
     /// True between the host's start and stop of processing.
     std::atomic<bool> isProcessing{false};
 
+    /// True while the graph runs a slice, whether the host has started processing or only wants it ready. Of the thread
+    /// that runs the graph.
+    bool isInSlice = false;
+
     /// Host rate in hertz.
     std::atomic<double> sampleRate{44100.0};
 

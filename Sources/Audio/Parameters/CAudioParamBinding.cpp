@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// How a parameter takes on a listener. While processing, the storage gets what the last flush made audible, so that a
-// node made in the middle of a slice hears what its neighbours hear and the pending changes reach it with theirs.
-// Otherwise it gets the stored values, and what is pending of them does not come again.
+// How a parameter takes on a listener. While processing or within a slice, the storage gets what the last flush made
+// audible, so that a node made in the middle of a slice hears what its neighbours hear and the pending changes reach it
+// with theirs. Otherwise it gets the stored values, and what is pending of them does not come again.
 #include "Audio/Parameters/CAudioEnv.h"
 #include "Audio/Parameters/CAudioParam.h"
 #include "Audio/Parameters/CAudioParamCollector.h"
@@ -40,8 +40,8 @@ void CAudioParam::addListener(CAudioParamListener& listener, CAudioParamStorage&
     CAudioParamQueue& queue = *collector.queue;
     const CAudioParamInfo* definition = paramInfo.load(std::memory_order_acquire);
     const CAudioEnv* env = queue.environment();
-    if (env != nullptr && env->isProcessing.load(std::memory_order_relaxed) && definition != nullptr &&
-        definition == audibleInfo && definition->type == CAudioParamType::real)
+    if (env != nullptr && (env->isInSlice || env->isProcessing.load(std::memory_order_relaxed)) &&
+        definition != nullptr && definition == audibleInfo && definition->type == CAudioParamType::real)
     {
         queue.drainAudible(*this);
         layOut(storage, *definition, audible, group);

@@ -6,6 +6,7 @@
 #include "Audio/Parameters/CAudioEnv.h"
 #include "Audio/Parameters/CAudioParamCollector.h"
 #include "Audio/Parameters/CAudioParamRegistry.h"
+#include "Audio/Plugin/CAudioDirectValue.h"
 #include "Audio/Plugin/CAudioExtParamList.h"
 #include "Audio/Plugin/CAudioHostCall.h"
 #include "Audio/Plugin/CAudioHostEvents.h"
@@ -34,6 +35,7 @@ namespace
 
 constexpr int maxChannels = CAudioWrapper::maxChannels;
 constexpr int sliceSize = CAudioGraphHost::sliceSize;
+constexpr int mostSoundlessCalls = 16;
 
 void convert(const void* from, CAudioSampleFormat format, int offset, int count, double* to)
 {
@@ -80,11 +82,14 @@ struct CAudioWrapper::CImplementation
 
     CError init();
     CError bindGlobals();
+    CError findParam(CAudioParam*& param, const char* key) const;
     CAudioGraphHost& graph() const noexcept { return equalizer.graph(); }
     CAudioEnv& env() const noexcept { return equalizer.environment(); }
     void takeChannels(const CAudioHostBlock& block) noexcept;
     void takeLayout();
-    void takeMode();
+    void takeMode() noexcept;
+    void prime();
+    void beginSlice();
     void run(const CAudioHostBlock& block);
     void runSlice(const CAudioHostBlock& block, int position, int count);
     void dispatch(int position);
@@ -95,6 +100,8 @@ struct CAudioWrapper::CImplementation
     CAudioInstance equalizer;
     CAudioExtParamList* rows = nullptr;
     CAudioParam* latencyNote = nullptr;
+    CAudioDirectValue hostOffline;
+    CAudioDirectValue hostMode;
     CAudioRoutingDefaults routing;
     std::unique_ptr<CProgramChangeBridge> programs;
     std::unique_ptr<CWinSizeParamListener> windowSize;
@@ -119,6 +126,9 @@ struct CAudioWrapper::CImplementation
     CAudioHostEvents events{eventCapacity};
     CAudioHostChannels running{0, 0, 0};
     double runningRate = 0.0;
+    int runningOffline = -1;                        // none of the two is known yet
+    int runningMode = -1;
+    int soundlessCalls = 0;
     std::array<std::array<double, sliceSize>, maxChannels> inputs;
     std::array<std::array<double, sliceSize>, maxChannels> outputs;
 
@@ -147,17 +157,22 @@ CError CAudioWrapper::CImplementation::init()
     KOR_TRY(routing.init(equalizer));
     const CPluginProject& project = equalizer.project();
     programs = std::make_unique<CProgramChangeBridge>(equalizer.registry(), owner);
-    latencyNote = equalizer.findParam("host-latency-change");
-    CAudioParam* const size = equalizer.findParam("main-window-size");
-    if (latencyNote == nullptr || size == nullptr)
-        return KOR_FAIL("There is no parameter of the host's.");
+    CAudioParam* offline = nullptr;
+    CAudioParam* mode = nullptr;
+    CAudioParam* size = nullptr;
+    KOR_TRY(findParam(latencyNote, "host-latency-change"));
+    KOR_TRY(findParam(offline, "host-offline"));
+    KOR_TRY(findParam(mode, "host-oversampling-mode"));
+    KOR_TRY(findParam(size, "main-window-size"));
+    hostOffline.setUp(equalizer.collector(), *offline, 0, 0);
+    hostMode.setUp(equalizer.collector(), *mode, 0, 0);
     windowSize = std::make_unique<CWinSizeParamListener>(
         *size, CWinSizeParamListener::CSize{project.minWindowWidth, project.minWindowHeight});
     news = std::make_unique<CLoopSignal>(
         CEventLoop::ofThisThread(), [](void* wrapper) { static_cast<CAudioWrapper*>(wrapper)->settle(); }, &owner);
     KOR_TRY(bindGlobals());
     offlineLevel = storedNumber("oversampling-level", 1);
-    equalizer.collector().reserveDelivered(eventCapacity);
+    equalizer.collector().reserveDelivered(2 * eventCapacity);    // a row's and what follows from it
     equalizer.interfaceBase().setLabelImport(
         [this](CAudioParamUndoContext& undo)
         {
@@ -174,6 +189,14 @@ CError CAudioWrapper::CImplementation::init()
     return {};
 }
 
+CError CAudioWrapper::CImplementation::findParam(CAudioParam*& param, const char* key) const
+{
+    param = equalizer.findParam(key);
+    if (param == nullptr || !param->hasInfo())
+        return KOR_FAIL("There is no parameter '%1'.", key);
+    return {};
+}
+
 CError CAudioWrapper::CImplementation::bindGlobals()
 {
     static constexpr struct
@@ -187,9 +210,8 @@ CError CAudioWrapper::CImplementation::bindGlobals()
                  {"denorm-enable", "denorm-enable"}};
     for (const auto& row : table)
     {
-        CAudioParam* const param = equalizer.findParam(row.param);
-        if (param == nullptr || !param->hasInfo())
-            return KOR_FAIL("There is no parameter '%1'.", row.param);
+        CAudioParam* param = nullptr;
+        KOR_TRY(findParam(param, row.param));
         globals.push_back(std::make_unique<CGlobalParam>(*param, row.key));
         globals.back()->start([this] { noteNews(); });
     }
@@ -262,9 +284,8 @@ void CAudioWrapper::activate()
     settle();
     {
         CLockHolder hold(impl->graphLock);
-        impl->takeLayout();
-        impl->takeMode();
-        impl->graph().prime();
+        impl->rows->prepare();
+        impl->prime();
         impl->graph().stop();
         impl->isActive = true;
     }
@@ -314,9 +335,7 @@ int CAudioWrapper::getLatency()
     // At rest nobody else runs the graph, and a change of settings or layout shows only once it has run.
     if (!impl->isActive && impl->graphLock.try_lock())
     {
-        impl->takeLayout();
-        impl->takeMode();
-        impl->graph().prime();
+        impl->prime();
         impl->graphLock.unlock();
     }
     impl->isLatencyNews = false;
@@ -342,6 +361,8 @@ void CAudioWrapper::settle()
     for (const auto& global : impl->globals)
         global->update();
     impl->rows->settle();
+    impl->hostOffline.settle();
+    impl->hostMode.settle();
     if (impl->isLatencyAsked.exchange(false) && impl->latencyNote->getValue(0, 0) != 0.0)
         impl->latencyNote->setValue(0, 0, 0.0);
     if (impl->isLatencyNews.exchange(false))
@@ -440,8 +461,33 @@ void CAudioWrapper::CImplementation::takeLayout()
     noteNews();
 }
 
-void CAudioWrapper::CImplementation::takeMode()
+void CAudioWrapper::CImplementation::takeMode() noexcept
 {
+    const bool offline = isOffline;
+    const int mode = hostOversampling(offline, runningRate, offlineLevel,
+                                      equalizer.project().realtimeOversampling);
+    if (runningOffline == static_cast<int>(offline) && runningMode == mode)
+        return;
+    runningOffline = offline;
+    runningMode = mode;
+    hostOffline.deliver(offline ? 1.0 : 0.0);
+    hostMode.deliver(mode);
+    noteNews();
+}
+
+// A change of the mode is heard with the slice behind it; what is pending comes first, so that it is the newer one.
+void CAudioWrapper::CImplementation::prime()
+{
+    takeLayout();
+    beginSlice();
+    graph().prime();
+}
+
+void CAudioWrapper::CImplementation::beginSlice()
+{
+    graph().beginSlice();
+    takeMode();
+    rows->follow();
 }
 
 void CAudioWrapper::CImplementation::noteNews() noexcept
@@ -465,18 +511,26 @@ void CAudioWrapper::CImplementation::run(const CAudioHostBlock& block)
     if (hasSound)
         takeChannels(block);
     takeLayout();
-    takeMode();
     events.sort(hasSound ? block.frames : 0);
     if (!hasSound)
     {
+        beginSlice();
         dispatch(0);
         silence(block);
+        // What is delivered waits in the nodes for the next samples. A host that sends none for long must not fill them.
+        if (++soundlessCalls == mostSoundlessCalls)
+        {
+            soundlessCalls = 0;
+            graph().prime();
+        }
         return;
     }
+    soundlessCalls = 0;
     const int latencyBefore = env().latency;
     graph().beginBlock();
     for (int position = 0; position < block.frames;)
     {
+        beginSlice();
         dispatch(position);
         const int count = std::min(events.nextOffset(block.frames) - position, sliceSize);
         runSlice(block, position, count);

@@ -14,9 +14,6 @@
 namespace kor::test
 {
 
-namespace
-{
-
 void startApplication()
 {
     static CFreshDataFolders folders;
@@ -29,8 +26,6 @@ void startApplication()
         return true;
     }();
     (void)isStarted;
-}
-
 }
 
 CTestEqualizer::CTestEqualizer()

@@ -15,6 +15,9 @@
 namespace kor::test
 {
 
+/// Starts what all instances need, once in a program, with data folders of its own.
+void startApplication();
+
 // The product itself: an instance with every parameter at its default, of an application that the program starts once
 // with data folders of its own.
 class CTestEqualizer
