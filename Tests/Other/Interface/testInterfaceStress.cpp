@@ -473,7 +473,9 @@ CRunResult runTogether(CAudioInstance& instance, const std::vector<CAudioParam*>
         std::printf("real-time priority: %s, locked memory: %s\n", rights.hasPriority ? "yes" : "not permitted",
                     rights.hasMemory ? "yes" : "not permitted");
         const auto end = CClock::now() + std::chrono::duration<double>(seconds);
-        while (CClock::now() < end && result.blocks.size() < result.blocks.capacity())
+        constexpr std::size_t fewest = 200;         // however slow the machine
+        while ((CClock::now() < end || result.blocks.size() < fewest) &&
+               result.blocks.size() < result.blocks.capacity())
         {
             result.blocks.push_back(block(true));
             result.yardstick.push_back(yardstick.run());
@@ -507,7 +509,6 @@ void report(const CRunResult& result)
                     static_cast<unsigned long long>(block.changes), block.heapFaults, block.waits, block.pageFaults);
     EXPECT_EQ(result.differences[0], "");
     EXPECT_EQ(result.differences[1], "");
-    EXPECT_GT(result.blocks.size(), 100u);
 }
 
 // A change made in a quiet instance, and the longest of the blocks that take it in.
