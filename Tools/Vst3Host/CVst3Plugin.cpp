@@ -50,19 +50,19 @@ CVst3Plugin::~CVst3Plugin()
 CError CVst3Plugin::open(const CVst3Module& module, const CVst3Class& effect)
 {
     close();
-    className = effect.name;
+    about = effect;
     TUID classId;
     effect.id.toTUID(classId);
     processorSide = create<Vst::IComponent>(module.factory(), classId);
     if (processorSide == nullptr)
-        return KOR_FAIL("'%1' cannot be created", className);
+        return KOR_FAIL("'%1' cannot be created", about.name);
     if (processorSide->initialize(static_cast<Vst::IHostApplication*>(&host)) != kResultOk)
     {
         processorSide.reset();
-        return KOR_FAIL("'%1' fails to initialise", className);
+        return KOR_FAIL("'%1' fails to initialise", about.name);
     }
     audio = FUnknownPtr<Vst::IAudioProcessor>(processorSide);
-    CError failure = audio != nullptr ? openController(module) : KOR_FAIL("'%1' does not process audio", className);
+    CError failure = audio != nullptr ? openController(module) : KOR_FAIL("'%1' does not process audio", about.name);
     if (failure)
         close();
     return failure;
@@ -77,11 +77,11 @@ CError CVst3Plugin::openController(const CVst3Module& module)
     {
         controllerSide = create<Vst::IEditController>(module.factory(), classId);
         if (controllerSide == nullptr)
-            return KOR_FAIL("the controller of '%1' cannot be created", className);
+            return KOR_FAIL("the controller of '%1' cannot be created", about.name);
         if (controllerSide->initialize(static_cast<Vst::IHostApplication*>(&host)) != kResultOk)
         {
             controllerSide.reset();
-            return KOR_FAIL("the controller of '%1' fails to initialise", className);
+            return KOR_FAIL("the controller of '%1' fails to initialise", about.name);
         }
     }
     if (controllerSide == nullptr)
@@ -222,7 +222,7 @@ CError CVst3Plugin::valueOfText(const CVst3Parameter& parameter, const std::stri
     putText(typed, text);
     double read = 0.0;
     if (controllerSide->getParamValueByString(parameter.id, typed, read) != kResultOk || !std::isfinite(read))
-        return KOR_FAIL("'%1' is no value for '%2' of '%3'", text, parameter.title, className);
+        return KOR_FAIL("'%1' is no value for '%2' of '%3'", text, parameter.title, about.name);
     normalised = std::clamp(read, 0.0, 1.0);
     return {};
 }
@@ -242,7 +242,7 @@ CError CVst3Plugin::getState(std::vector<char>& state) const
 {
     CHostStream stream;
     if (processorSide->getState(&stream) != kResultOk)
-        return KOR_FAIL("'%1' gives no state", className);
+        return KOR_FAIL("'%1' gives no state", about.name);
     state = stream.contents();
     return {};
 }
@@ -251,7 +251,7 @@ CError CVst3Plugin::setState(std::span<const char> state)
 {
     CHostStream stream(state);
     if (processorSide->setState(&stream) != kResultOk)
-        return KOR_FAIL("'%1' refuses the state", className);
+        return KOR_FAIL("'%1' refuses the state", about.name);
     if (controllerSide != nullptr && !isOneObject)
     {
         CHostStream again(state);
@@ -264,7 +264,7 @@ CError CVst3Plugin::setLayout(int inputs, int outputs)
 {
     const auto refusal = [&]
     {
-        return KOR_FAIL("'%1' takes no layout of %2 channels in and %3 out", className, inputs, outputs);
+        return KOR_FAIL("'%1' takes no layout of %2 channels in and %3 out", about.name, inputs, outputs);
     };
     constexpr int mostChannels = 63;
     if (inputs > mostChannels || outputs > mostChannels)
@@ -323,17 +323,17 @@ CError CVst3Plugin::activate(const CVst3Setup& setup)
     deactivate();
     const int32 size = setup.isDouble ? Vst::kSample64 : Vst::kSample32;
     if (audio->canProcessSampleSize(size) != kResultTrue)
-        return KOR_FAIL("'%1' takes no samples in %2 precision", className, setup.isDouble ? "double" : "single");
+        return KOR_FAIL("'%1' takes no samples in %2 precision", about.name, setup.isDouble ? "double" : "single");
     Vst::ProcessSetup wanted = {setup.isOffline ? Vst::kOffline : Vst::kRealtime, size, setup.maxBlock,
                                 setup.sampleRate};
     if (audio->setupProcessing(wanted) != kResultOk)
-        return KOR_FAIL("'%1' refuses %2 Hz in blocks of %3", className, setup.sampleRate, setup.maxBlock);
+        return KOR_FAIL("'%1' refuses %2 Hz in blocks of %3", about.name, setup.sampleRate, setup.maxBlock);
     how = setup;
     activateBuses(true);
     if (const tresult answer = processorSide->setActive(true); answer != kResultOk && answer != kNotImplemented)
     {
         activateBuses(false);
-        return KOR_FAIL("'%1' does not become active", className);
+        return KOR_FAIL("'%1' does not become active", about.name);
     }
     isRunning = true;
     inputBuses.prepare(channelsOfBuses(Vst::kInput), setup.maxBlock);

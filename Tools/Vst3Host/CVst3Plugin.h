@@ -65,7 +65,8 @@ public:
     CError open(const CVst3Module& module, const CVst3Class& effect);
     void close();
 
-    const std::string& name() const noexcept { return className; }
+    const std::string& name() const noexcept { return about.name; }
+    const CVst3Class& effectClass() const noexcept { return about; }
     bool isSingleObject() const noexcept { return isOneObject; }
 
     // The two faces; the latter is null for a plug-in without a controller.
@@ -143,7 +144,7 @@ private:
 
     CHostApplication& host;
     CComponentHandler ear;
-    std::string className;
+    CVst3Class about;
     Steinberg::IPtr<Steinberg::Vst::IComponent> processorSide;
     Steinberg::IPtr<Steinberg::Vst::IAudioProcessor> audio;
     Steinberg::IPtr<Steinberg::Vst::IEditController> controllerSide;

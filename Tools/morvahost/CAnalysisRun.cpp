@@ -2,6 +2,7 @@
 #include "CAnalysisRun.h"
 
 #include "CBandChain.h"
+#include "CGraphEngine.h"
 #include "CInterrupt.h"
 #include "CRenderJob.h"
 #include "DefaultRouting.h"
@@ -64,13 +65,13 @@ CError CAnalysisRun::run(const char* what, const std::function<CError(double sec
     CInterrupt::install();
     CRenderSetup setup;
     setup.what = what;
-    setup.graphChannels = reader.channelCount();
     setup.afterBlock = [&](std::int64_t done)
     {
         KOR_TRY(client.poll());
         return afterBlock(static_cast<double>(done) / reader.sampleRate());
     };
-    CRenderJob job(session.instance().graph(), reader, nullptr, setup);
+    CGraphEngine engine(session.instance().graph(), reader.channelCount());
+    CRenderJob job(engine, reader, nullptr, setup);
     KOR_TRY(job.run());
     session.instance().stop();
     if (job.hasBadOutput())

@@ -128,10 +128,17 @@ CError CAutomation::readLine(std::string_view line, int number)
     if (read.ec != std::errc() || read.ptr != time.data() + time.size() ||
         !(row.seconds >= 0.0 && row.seconds <= longestSeconds))
         return KOR_FAIL("'%1' is no time; write seconds, 0 to %2", time, static_cast<int>(longestSeconds));
-    if (!row.assignment.parsePlace(fields[1]))
-        return KOR_FAIL("'%1': write KEY or KEY[group,element]", fields[1]);
-    row.assignment.text = std::move(fields[2]);
+    row.place = std::move(fields[1]);
+    row.text = std::move(fields[2]);
     rows.push_back(std::move(row));
+    return {};
+}
+
+CError CAutomation::CRow::parse(CParamAssignment& assignment) const
+{
+    if (!assignment.parsePlace(place))
+        return KOR_FAIL("'%1': write KEY or KEY[group,element]", place);
+    assignment.text = text;
     return {};
 }
 
@@ -141,10 +148,12 @@ CError CAutomation::resolve(const CAudioInstance& instance, double sampleRate)
     {
         CAutomationEvent event;
         event.frame = std::llround(row.seconds * sampleRate);
-        if (CError wrong = event.setting.resolve(instance, row.assignment))
+        CParamAssignment assignment;
+        CError wrong = row.parse(assignment);
+        if (!wrong)
+            wrong = event.setting.resolve(instance, assignment);
+        if (wrong)
             return KOR_FAIL("%1%2", at(row.line), wrong.message());
-        if (!event.setting.note().empty())
-            noteTexts.push_back(at(row.line) + event.setting.note());
         sorted.push_back(std::move(event));
     }
     std::stable_sort(sorted.begin(), sorted.end(),
@@ -152,13 +161,13 @@ CError CAutomation::resolve(const CAudioInstance& instance, double sampleRate)
     return {};
 }
 
-std::vector<std::string> CAutomation::notes() const
+std::vector<std::string> CAutomation::shortened(std::vector<std::string> notes, const std::string& file)
 {
-    std::vector<std::string> notes(noteTexts.begin(),
-                                   noteTexts.begin() + static_cast<std::ptrdiff_t>(std::min(mostNotes, noteTexts.size())));
-    if (noteTexts.size() > mostNotes)
-        notes.push_back(name + ": " + std::to_string(noteTexts.size() - mostNotes) +
-                        " more values are outside their ranges");
+    if (notes.size() <= mostNotes)
+        return notes;
+    const std::size_t more = notes.size() - mostNotes;
+    notes.resize(mostNotes);
+    notes.push_back(file + ": " + std::to_string(more) + " more values are outside their ranges");
     return notes;
 }
 

@@ -26,33 +26,42 @@ struct CAutomationEvent
 class CAutomation
 {
 public:
+    struct CRow
+    {
+        int line = 0;
+        double seconds = 0.0;
+        std::string place;          // KEY[g,e], or whatever else a reader knows
+        std::string text;
+
+        /// The row as a setting; fails when the place is none.
+        CError parse(CParamAssignment& assignment) const;
+    };
+
     /// Reads the rows; knows of no parameter yet.
     CError read(const std::string& path);
 
-    /// Checks the rows against an instance without changing it, and turns their times into frames.
+    /// Checks the rows against an instance without changing it, and turns their times into frames. Says
+    /// nothing of values that do not fit.
     CError resolve(const CAudioInstance& instance, double sampleRate);
 
     /// After resolve(), by time; rows of the same time in the order of the file.
     std::span<const CAutomationEvent> events() const noexcept { return sorted; }
 
-    /// What resolve() changed to make it fit: the first few and how many more.
-    std::vector<std::string> notes() const;
+    const std::vector<CRow>& allRows() const noexcept { return rows; }
+    const std::string& path() const noexcept { return name; }
+
+    /// "FILE:LINE: ".
+    std::string at(int line) const;
+
+    /// The first few of the notes on the rows of a file, and how many more.
+    static std::vector<std::string> shortened(std::vector<std::string> notes, const std::string& file);
 
 private:
-    struct CRow
-    {
-        int line = 0;
-        double seconds = 0.0;
-        CParamAssignment assignment;
-    };
-
     CError readLine(std::string_view line, int number);
-    std::string at(int line) const;
 
     std::string name;
     std::vector<CRow> rows;
     std::vector<CAutomationEvent> sorted;
-    std::vector<std::string> noteTexts;
     bool isHeaderPossible = true;
 };
 

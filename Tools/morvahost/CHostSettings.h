@@ -26,6 +26,7 @@ public:
     CError give(const COptions& options, CAudioInstance& instance);
 
     const CParamAssignments& assignments() const noexcept { return list; }
+    CParamAssignments& assignments() noexcept { return list; }
 
     /// A line on stderr that is no failure.
     static void note(const std::string& text);

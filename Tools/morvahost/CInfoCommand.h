@@ -6,15 +6,19 @@
 namespace kor
 {
 
-// `info`: what an instance with given settings and channels runs.
+// `info`: what a host learns of the plug-in, or what an instance of the equalizer with given settings and channels runs.
 class CInfoCommand : public CCommand
 {
 public:
     const char* name() const override { return "info"; }
-    const char* summary() const override { return "show what settings make of the running graph"; }
+    const char* summary() const override { return "tell what the plug-in is, or what settings make of its running graph"; }
     const char* usage() const override;
     std::span<const COptionSpec> options() const override;
     COutcome run(const COptions& options) override;
+
+private:
+    COutcome showPlugin(const COptions& options, double rate, int channels);
+    COutcome showGraph(const COptions& options, double rate, int channels);
 };
 
 }

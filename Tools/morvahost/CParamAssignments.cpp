@@ -37,11 +37,31 @@ CError CParamAssignments::resolve(const CAudioInstance& instance)
             return KOR_FAIL("--set %1", wrong.message());
         if (!setting.note().empty())
             noteTexts.push_back(setting.note());
-        if (setting.channelGroup() >= 0)
-            namedGroups.insert(setting.channelGroup());
-        settings.push_back(std::move(setting));
+        keep(std::move(setting));
     }
     return {};
+}
+
+void CParamAssignments::keep(CParamSetting setting)
+{
+    if (setting.channelGroup() >= 0)
+        namedGroups.insert(setting.channelGroup());
+    settings.push_back(std::move(setting));
+}
+
+void CParamAssignments::add(const CParamAssignment& assignment, CParamSetting setting)
+{
+    list.push_back(assignment);
+    keep(std::move(setting));
+}
+
+const CParamSetting* CParamAssignments::find(std::string_view key) const
+{
+    const CParamSetting* found = nullptr;
+    for (std::size_t i = 0; i < settings.size(); ++i)
+        if (list[i].key == key)
+            found = &settings[i];
+    return found;
 }
 
 void CParamAssignments::give(const CAudioInstance& instance)

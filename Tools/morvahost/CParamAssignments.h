@@ -21,6 +21,14 @@ public:
     /// Checks them all against an instance without changing it.
     CError resolve(const CAudioInstance& instance);
 
+    /// One more behind the others, resolved already.
+    void add(const CParamAssignment& assignment, CParamSetting setting);
+
+    bool isEmpty() const noexcept { return list.empty(); }
+
+    /// The last resolved one of a parameter; null when there is none.
+    const CParamSetting* find(std::string_view key) const;
+
     /// Gives the resolved values, in order.
     void give(const CAudioInstance& instance);
 
@@ -33,6 +41,8 @@ public:
     static CError parseOne(std::string_view text, CParamAssignment& assignment);
 
 private:
+    void keep(CParamSetting setting);
+
     std::vector<CParamAssignment> list;
     std::vector<CParamSetting> settings;
     std::vector<std::string> noteTexts;

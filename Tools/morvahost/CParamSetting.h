@@ -36,6 +36,15 @@ public:
     /// failure: the nearest end is taken, and note() says so.
     CError resolve(const CAudioInstance& instance, const CParamAssignment& assignment);
 
+    /// True when it is that place's.
+    bool isAt(const CAudioParam& other, int otherGroup, int otherElement) const noexcept
+    {
+        return param == &other && group == otherGroup && element == otherElement;
+    }
+
+    /// Real value, not of a text parameter.
+    double number() const noexcept { return value; }
+
     /// Gives the value to the parameter.
     void give() const;
 

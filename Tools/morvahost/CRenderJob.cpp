@@ -4,42 +4,40 @@
 #include "CInterrupt.h"
 #include "CProgress.h"
 
-#include "Audio/Graph/CAudioGraphHost.h"
-
 #include <algorithm>
 #include <cmath>
 
 namespace kor
 {
 
-CRenderJob::CRenderJob(CAudioGraphHost& host, CWaveReader& input, CWaveWriter* output, const CRenderSetup& setup)
-    : graph(host), reader(input), writer(output), channels(input.channelCount()), how(setup)
+CRenderJob::CRenderJob(CRenderEngine& renderer, CWaveReader& input, CWaveWriter* output, const CRenderSetup& setup)
+    : engine(renderer), reader(input), writer(output), channels(input.channelCount()), how(setup)
 {
-    const auto size = static_cast<std::size_t>(how.blockSize);
+    const auto size = static_cast<std::size_t>(how.blocks.largest());
     interleaved.resize(size * static_cast<std::size_t>(channels));
     planes.assign(static_cast<std::size_t>(channels), std::vector<double>(size));
-    inputs.resize(static_cast<std::size_t>(how.graphChannels), nullptr);
-    outputs.resize(planes.size());
+    for (std::vector<double>& plane : planes)
+        pointers.push_back(plane.data());
 }
 
 CError CRenderJob::run()
 {
-    const std::int64_t frames = reader.frameCount();
-    const std::int64_t latency = graph.latency();
+    const std::int64_t latency = engine.latency();
+    const std::int64_t end = reader.frameCount() + how.tailFrames + latency;
     CProgress progress(how.what);
-    for (std::int64_t position = 0; position < frames + latency;)
+    for (std::int64_t position = 0; position < end;)
     {
         if (CInterrupt::isAsked())
             return KOR_FAIL("stopped; nothing was written");
-        const int count = static_cast<int>(std::min<std::int64_t>(how.blockSize, frames + latency - position));
+        const int count = static_cast<int>(std::min<std::int64_t>(how.blocks.next(), end - position));
         KOR_TRY(readBlock(position, count));
-        processBlock(position, count);
+        KOR_TRY(engine.process(pointers, position, count));
         const int early = static_cast<int>(std::clamp<std::int64_t>(latency - position, 0, count));
         KOR_TRY(writeBlock(early, count));
         position += count;
         if (how.afterBlock)
             KOR_TRY(how.afterBlock(std::max<std::int64_t>(position - latency, 0)));
-        progress.show(static_cast<double>(position) / static_cast<double>(frames + latency));
+        progress.show(static_cast<double>(position) / static_cast<double>(end));
     }
     return {};
 }
@@ -58,32 +56,6 @@ CError CRenderJob::readBlock(std::int64_t position, int count)
         std::fill(plane + present, plane + count, 0.0);
     }
     return {};
-}
-
-void CRenderJob::processBlock(std::int64_t position, int count)
-{
-    for (int offset = 0; offset < count;)
-    {
-        int piece = count - offset;
-        for (; nextEvent < how.events.size(); ++nextEvent)
-        {
-            const std::int64_t wait = how.events[nextEvent].frame - (position + offset);
-            if (wait > 0)
-            {
-                piece = static_cast<int>(std::min<std::int64_t>(piece, wait));
-                break;
-            }
-            how.events[nextEvent].setting.give();
-        }
-        for (std::size_t c = 0; c < planes.size(); ++c)
-        {
-            outputs[c] = planes[c].data() + offset;
-            if (c < inputs.size())
-                inputs[c] = outputs[c];
-        }
-        graph.process(inputs.data(), outputs.data(), channels, piece);
-        offset += piece;
-    }
 }
 
 CError CRenderJob::writeBlock(int skipped, int count)

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "CAutomation.h"
+#include "CBlockSizes.h"
+#include "CRenderEngine.h"
 #include "CWaveReader.h"
 #include "CWaveWriter.h"
 
@@ -9,35 +10,31 @@
 
 #include <cstdint>
 #include <functional>
-#include <span>
 #include <vector>
 
 namespace kor
 {
 
-class CAudioGraphHost;
-
-/// How a recording meets the graph.
+/// How a recording meets an engine.
 struct CRenderSetup
 {
     const char* what = "equalizing";    // for the line that shows progress; null for none
-    int blockSize = 512;            // samples a call, 1 or more
+    CBlockSizes blocks;
     bool isDouble = false;          // samples cross the host's border as doubles, else as single precision numbers, as in
                                     // most workstations
-    int graphChannels = 0;          // of the graph's layout; those beyond the recording's are silent
-    std::span<const CAutomationEvent> events;   // by time; must outlive the job
+    std::int64_t tailFrames = 0;    // of the result behind the end of the recording
 
     /// Called behind each block with the frames of the result so far, if there is anything to call. A failure ends the job.
     std::function<CError(std::int64_t done)> afterBlock;
 };
 
-// Streams a recording through a graph, block by block as a host would, with blocks cut where a parameter changes. Takes
-// out the latency that the graph has at the start, so that the result lies sample by sample under the original.
+// Streams a recording through an engine, block by block as a host would. Takes out the latency that the engine has at the
+// start, so that the result lies sample by sample under the original.
 class CRenderJob
 {
 public:
     /// output: null when the result is only listened to.
-    CRenderJob(CAudioGraphHost& host, CWaveReader& input, CWaveWriter* output, const CRenderSetup& setup);
+    CRenderJob(CRenderEngine& renderer, CWaveReader& input, CWaveWriter* output, const CRenderSetup& setup);
 
     /// Fails with a broken input or output, or when the user asks to stop; then nothing has been written for good.
     CError run();
@@ -50,25 +47,22 @@ public:
 
 private:
     CError readBlock(std::int64_t position, int count);
-    void processBlock(std::int64_t position, int count);
     CError writeBlock(int skipped, int count);
     double crossed(double sample) const noexcept
     {
         return how.isDouble ? sample : static_cast<double>(static_cast<float>(sample));
     }
 
-    CAudioGraphHost& graph;
+    CRenderEngine& engine;
     CWaveReader& reader;
     CWaveWriter* writer;
     int channels;
     CRenderSetup how;
-    std::size_t nextEvent = 0;
     double largest = 0.0;
     bool isBadOutput = false;
     std::vector<double> interleaved;
     std::vector<std::vector<double>> planes;
-    std::vector<const double*> inputs;          // where a call begins, null for a silent channel
-    std::vector<double*> outputs;
+    std::vector<double*> pointers;              // to the planes
 };
 
 }

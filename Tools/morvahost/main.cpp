@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "CAnalyseCommand.h"
+#include "CBenchCommand.h"
 #include "CCurveCommand.h"
 #include "CInfoCommand.h"
+#include "CParamsCommand.h"
 #include "CPresetCommand.h"
 #include "CRenderCommand.h"
 #include "CTreeCommand.h"
@@ -53,9 +55,11 @@ int main(int argumentCount, char** arguments)
     CAnalyseCommand analyse;
     CWatchCommand watch;
     CInfoCommand info;
+    CParamsCommand params;
+    CBenchCommand bench;
     CTreeCommand tree;
     CPresetCommand preset;
-    const std::vector<CCommand*> commands = {&render, &curve, &analyse, &watch, &info, &preset, &tree};
+    const std::vector<CCommand*> commands = {&render, &curve, &analyse, &watch, &info, &params, &bench, &preset, &tree};
 
     const std::string word = argumentCount > 1 ? arguments[1] : "";
     if (word.empty())

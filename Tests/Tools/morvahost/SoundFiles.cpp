@@ -5,6 +5,7 @@
 #include <sndfile.h>
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -58,6 +59,16 @@ CSound noise(int channels, std::size_t frames, int rate, double level)
         sound.samples.push_back(level * (state / 2147483648.0 - 1.0));
     }
     return sound;
+}
+
+double largestDifference(const std::vector<double>& a, const std::vector<double>& b)
+{
+    if (a.size() != b.size())
+        return HUGE_VAL;
+    double largest = 0.0;
+    for (std::size_t i = 0; i < a.size(); ++i)
+        largest = std::max(largest, std::abs(a[i] - b[i]));
+    return largest;
 }
 
 std::string readBytes(const std::string& path)

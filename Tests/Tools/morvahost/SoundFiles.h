@@ -28,6 +28,9 @@ CSound readSound(const std::string& path, int* format = nullptr);
 /// White noise of full scale times `level`, from a fixed seed.
 CSound noise(int channels, std::size_t frames, int rate = 48000, double level = 0.5);
 
+/// Between samples of the same place; infinite when the lengths differ.
+double largestDifference(const std::vector<double>& a, const std::vector<double>& b);
+
 std::string readBytes(const std::string& path);
 void writeBytes(const std::string& path, const std::string& bytes);
 bool exists(const std::string& path);

@@ -82,20 +82,21 @@ TEST_F(Automate, ChangesAtZeroAreThereFromTheStart)
 TEST_F(Automate, ReadsWhatSpreadsheetsWrite)
 {
     const std::string time = seconds(1000);
-    const std::string change = time + ",modOutGain.mute[0,0],On\n";
+    const std::string change = time + ",modOutGain.gain[0,0],-6\n";
     ASSERT_EQ(render(change).code, 0);
     const std::vector<double> plain = result();
     EXPECT_EQ(plain[900], 1.0);
-    EXPECT_NEAR(plain[3000], 0.0, 1e-10);
+    EXPECT_NEAR(plain[3000], std::pow(10.0, -6.0 / 20.0), 1e-10);
     const std::string later = seconds(2000) + ",modOutGain.gain,-12\n";
     const std::string tables[] = {
-        time + ",\"modOutGain.mute[0,0]\",\"On\"\r\n",
-        "\xEF\xBB\xBF\"Time\",\"Key\",\"Value\"\r\n\r\n\"" + time + "\",\"modOutGain.mute\",\"On\"",
-        "# a comment, with commas\n\n  # another\n  " + time + " ,  modOutGain.mute[0,0] , On  ",
-        change + "0.05,instance-name,\"a \"\"b\"\", c\"\n",
+        time + ",\"modOutGain.gain[0,0]\",\"-6\"\r\n",
+        "\xEF\xBB\xBF\"Time\",\"Key\",\"Value\"\r\n\r\n\"" + time + "\",\"modOutGain.gain\",\"-6\"",
+        "# a comment, with commas\n\n  # another\n  " + time + " ,  modOutGain.gain[0,0] , -6  ",
+        change + "0,instance-name,\"a \"\"b\"\", c\"\n",
+        time + ",1OGain,-6\n",                         // what a host calls it
         later + change,
         // Of two rows of one time the second holds.
-        time + ",modOutGain.mute,Off\n" + change,
+        time + ",modOutGain.gain,3\n" + change,
     };
     for (const std::string& table : tables)
     {
@@ -136,6 +137,10 @@ TEST_F(Automate, RefusesRowsThatMeanNothing)
         {"1e999,modOutGain.gain,1\n", 1, "'1e999' is no time"},
         {"1,modOutGain.gian,1\n", 1, "did you mean 'modOutGain.gain'"},
         {"1,modOutGain.gain[0,1\n", 1, "2 fields"},
+        {"0,modOutGain.mute,On\n1,modOutGain.mute,Off\n", 2, "modOutGain.mute[0,0]: no host parameter stands for it"},
+        {"1,modOutGain.gain[2,0],1\n", 1, "modOutGain.gain[2,0]: no host parameter stands for it"},
+        {"0,denorm-enable,0\n", 1, "denorm-enable[0,0]: all instances share it; give it by --set"},
+        {"1,1OGain,loud\n", 1, "'loud' is no value for '1OGain'"},
         {"1,modOutGain.gain,1\n2,modOutGain.gain,loud\n", 2, "'loud' is no value for it; write a number from"},
         {"1,\"modOutGain.gain,1\n", 1, "a quote is not closed"},
         {"1,\"modOutGain.gain\"x,1\n", 1, "behind a closing quote"},

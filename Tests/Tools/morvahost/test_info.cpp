@@ -23,7 +23,7 @@ CWords set(const char* first, const char* second)
 
 CRun info(const CWords& arguments)
 {
-    CWords words = {"info"};
+    CWords words = {"info", "--graph"};
     words.insert(words.end(), arguments.begin(), arguments.end());
     CRun run = runHost(words);
     EXPECT_EQ(run.code, 0) << run.err;
@@ -75,7 +75,8 @@ const CInfoCase infoCases[] = {
      {"    MorvaEQ",
       "      band 0: " + dynamicBand,
       "        Filter: Filter, DCFilter, MetaTube [0: DCFilter, 1: input]"}},
-    {{"--channels", "6", "--set", "modMorvaEQ.eq-params.band-count[1,0]=2"},
+    {{"--channels", "6", "--set", "modMorvaEQ.eq-params.band-count[1,0]=2", "--set", "io-params.grouping[0,2]=1",
+      "--set", "io-params.grouping[0,3]=1", "--set", "io-params.grouping[0,4]=2", "--set", "io-params.grouping[0,5]=2"},
      {"group 0: channels 1, 2", "group 1: channels 3, 4", "group 2: channels 5, 6",
       "    MorvaEQ, group 0", "      band 4: Filter", "    MorvaEQ, group 1", "      band 1: Filter",
       "    MorvaEQ, group 2", "      band 0: Filter"}},

@@ -49,7 +49,8 @@ TEST_F(HostState, KeptAndGivenBackSoundsTheSame)
     const auto shown = [](const Words& words) { return json::parse(runHost(words).out); };
     const Words at = {"curve", "--json", "--at", "100,1000,10000"};
     EXPECT_EQ(shown(joined({at, {"--state", path("kept")}})), shown(joined({at, settings})));
-    EXPECT_EQ(shown({"info", "--json", "--state", path("kept")}), shown(joined({{"info", "--json"}, settings})));
+    EXPECT_EQ(shown({"info", "--graph", "--json", "--state", path("kept")}),
+              shown(joined({{"info", "--graph", "--json"}, settings})));
 }
 
 TEST_F(HostState, EachProgramOfABankIsAState)
