@@ -357,9 +357,10 @@ TEST(ExtParams, WhatFollowsFromABlocksWriteFollowsInItsSlice)
     EXPECT_FALSE(mode.settle());
     EXPECT_EQ(bypass.getValue(0, 0), 0.0);
 
-    // Every mode of the list, the one beyond it, and the list when the user has turned it round.
+    // Every mode of the list, the one beyond it; when the user has turned the list round, and when it is as it was.
     const CAudioPresetBank modes = builtInList(CLocalData::instance(), "dynmode-presets");
-    for (const bool isTurned : {false, true})
+    ASSERT_GT(modes.size(), 1u);
+    for (const bool isTurned : {true, false})
     {
         CAudioPresetBank now;
         for (std::size_t i = 0; i < modes.size(); ++i)
@@ -371,17 +372,15 @@ TEST(ExtParams, WhatFollowsFromABlocksWriteFollowsInItsSlice)
         equalizer.list->settle();
         const double highest = equalizer.row(2).param().info().maxValue(0);
         CTestEqualizer reference;
-        for (int i = 0; i <= static_cast<int>(std::min<double>(highest, static_cast<double>(modes.size()))); ++i)
+        for (int i = static_cast<int>(std::min<double>(highest, static_cast<double>(modes.size()))); i >= 0; --i)
         {
             reference.set("modMorvaEQ.dynmode", i);
-            equalizer.list->deliver(2, i / highest);
+            EXPECT_TRUE(equalizer.list->deliver(2, i / highest)) << i;
             equalizer.run(one);
             EXPECT_EQ(equalizer.collector.heardValue(attack, 0, 0),
                       reference.instance.findParam("modMorvaEQ.dyn-params.attack")->getValue(0, 0)) << i;
         }
     }
-    const CByteArray bytes;
-    CLocalData::instance().write("dynmode-presets", bytes.data(), 0, CAudioPresetBank::listId);
 }
 
 TEST(ExtParams, TheLaterOfTwoWritesCounts)
