@@ -374,7 +374,8 @@ void setSession(CAudioInstance& instance)
 }
 
 CRunResult runTogether(CAudioInstance& instance, const std::vector<CAudioParam*>& params,
-                       const std::vector<CAudioParam*>& automated, CVariety variety, double seconds)
+                       const std::vector<CAudioParam*>& automated, CVariety variety, double seconds,
+                       int blockSamples = 512)
 {
     CRunResult result;
     instance.collector().reserveDelivered(256);
@@ -397,7 +398,13 @@ CRunResult runTogether(CAudioInstance& instance, const std::vector<CAudioParam*>
         CWindow own(instance, params, variety, 77 + static_cast<unsigned>(index));
         ++ready;
         while (phase == running)
+        {
             own.step();
+            // A thousand commands a second, more than any hand moves: what the values of that time cost is to be seen,
+            // not how many a processor can send.
+            if (variety == CVariety::values)
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
         own.finish();
         ++stopped;
         while (phase != quiet)
@@ -428,8 +435,8 @@ CRunResult runTogether(CAudioInstance& instance, const std::vector<CAudioParam*>
             ++stopped;
         });
 
-    constexpr int blockSamples = 512;
-    std::vector<double> music(blockSamples), trash(blockSamples);
+    const auto length = static_cast<std::size_t>(blockSamples);
+    std::vector<double> music(length), trash(length);
     std::mt19937 random(9);
     for (double& sample : music)
         sample = static_cast<double>(random() % 2001) / 4000.0 - 0.25;
@@ -473,13 +480,18 @@ CRunResult runTogether(CAudioInstance& instance, const std::vector<CAudioParam*>
         std::printf("real-time priority: %s, locked memory: %s\n", rights.hasPriority ? "yes" : "not permitted",
                     rights.hasMemory ? "yes" : "not permitted");
         const auto end = CClock::now() + std::chrono::duration<double>(seconds);
-        constexpr std::size_t fewest = 200;         // however slow the machine
+        const auto duration = std::chrono::microseconds(static_cast<long>(1e6 * blockSamples / 48000.0));
+        auto next = CClock::now();
+        const std::size_t fewest = blockSamples > 512 ? 20 : 200;   // however slow the machine
         while ((CClock::now() < end || result.blocks.size() < fewest) &&
                result.blocks.size() < result.blocks.capacity())
         {
             result.blocks.push_back(block(true));
             result.yardstick.push_back(yardstick.run());
-            std::this_thread::sleep_for(std::chrono::microseconds(300));
+            if (variety == CVariety::values)
+                std::this_thread::sleep_until(next += duration);
+            else
+                std::this_thread::sleep_for(std::chrono::microseconds(300));
         }
     }
     phase = draining;
@@ -629,19 +641,31 @@ TEST(InterfaceStress, WindowsHostAndSoundAgreeInTheEnd)
 
 TEST(InterfaceStress, TheAudioThreadNeitherAllocatesNorIsHeldUp)
 {
-    CInterfaceFixture f;
-    std::vector<CAudioParam*> params;
-    for (const char* const key : {"eq-params.freq", "eq-params.gain", "eq-params.bw", "eq-params.dyn",
-                                  "spectrum-params.slope", "spectrum-params.mode-name"})
-        params.push_back(&f.param(std::string("modMorvaEQ.") + key));
-    const std::vector<CAudioParam*> automated(params.begin(), params.begin() + 3);
-    const CRunResult result = runTogether(f.instance, params, automated, CVariety::values, isLong() ? 60.0 : 1.0);
-    report(result);
-    EXPECT_EQ(result.heapFaults(), 0u);
-    if (isLong())
+    // Where the machine takes the processor away for milliseconds, only the blocks of a host that takes long ones show
+    // what the instance itself adds to a block.
+    for (const int blockSamples : {512, 8192})
     {
-        // Two in a thousand more than of the machine's own.
-        EXPECT_LE(countLong(result.times()), countLong(result.yardstick) + result.blocks.size() / 500);
+        CInterfaceFixture f;
+        std::vector<CAudioParam*> params;
+        for (const char* const key : {"eq-params.freq", "eq-params.gain", "eq-params.bw", "eq-params.dyn",
+                                      "spectrum-params.slope", "spectrum-params.mode-name"})
+            params.push_back(&f.param(std::string("modMorvaEQ.") + key));
+        const std::vector<CAudioParam*> automated(params.begin(), params.begin() + 3);
+        const CRunResult result =
+            runTogether(f.instance, params, automated, CVariety::values, isLong() ? 60.0 : 1.0, blockSamples);
+        report(result);
+        EXPECT_EQ(result.heapFaults(), 0u);
+        if (!isLong())
+            continue;
+        if (blockSamples == 512)
+        {
+            // Two in a thousand more than of the machine's own.
+            EXPECT_LE(countLong(result.times()), countLong(result.yardstick) + result.blocks.size() / 500);
+        }
+        else
+        {
+            EXPECT_EQ(countLong(result.times()), 0u);
+        }
     }
 }
 
