@@ -16,8 +16,8 @@ constexpr int maxSidechain = 2;
 
 // By bit of an arrangement.
 constexpr std::array<const char*, 28> speakerNames = {
-    "L",   "R",   "C",   "Lfe", "Ls",  "Rs",   "Lc", "Rc",  "S",   "Sl",  "Sr",  "Tm",  "Tfl", "Tfc",
-    "Tfr", "Trl", "Trc", "Trr", "Lfe2", "M", "B-W", "B-X", "B-Y", "B-Z", "Tsl", "Tsr", "Lcs", "Rcs"};
+    "L",   "R",   "C",   "Lfe", "Ls",   "Rs", "Lc",  "Rc",  "S",   "Sl",  "Sr",  "Tm",  "Tfl", "Tfc",
+    "Tfr", "Trl", "Trc", "Trr", "Lfe2", "M",  "B-W", "B-X", "B-Y", "B-Z", "Tsl", "Tsr", "Lcs", "Rcs"};
 
 }
 

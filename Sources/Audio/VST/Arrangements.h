@@ -14,12 +14,13 @@ namespace kor
 /// Channels that the plug-in can have.
 struct CArrangementLimits
 {
-    int channels = 8;                               // in and out, and in together with the side chain
+    int channels = 8; // in and out, and in together with the side chain
     bool hasSidechain = false;
 };
 
-/// Whether the plug-in works with these arrangements of a host's busses; if so, their channel counts. Looks at the first
-/// input, the first output and, where there is a side chain, at the second input; without an output nothing works.
+/// Whether the plug-in works with these arrangements of a host's busses; if so, their channel counts. Looks at the
+/// first input, the first output and, where there is a side chain, at the second input; without an output nothing
+/// works.
 bool acceptArrangements(std::span<const Steinberg::Vst::SpeakerArrangement> inputs,
                         std::span<const Steinberg::Vst::SpeakerArrangement> outputs, const CArrangementLimits& limits,
                         CAudioHostChannels& channels) noexcept;

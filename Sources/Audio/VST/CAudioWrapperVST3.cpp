@@ -9,6 +9,8 @@
 #include "Audio/VST/CAudioWrapperVST3ProgramParameter.h"
 #include "Audio/VST/CInputStreamVST.h"
 #include "Audio/VST/COutputStreamVST.h"
+#include "Audio/VST/CVstBlock.h"
+#include "Audio/VST/VstEvents.h"
 #include "Audio/VST/VstText.h"
 #include "Core/CLog.h"
 #include "Core/CRoundingGuard.h"
@@ -16,7 +18,6 @@
 #include <pluginterfaces/vst/vstspeaker.h>
 
 #include <algorithm>
-#include <array>
 
 namespace kor
 {
@@ -27,7 +28,6 @@ using namespace Steinberg::Vst;
 namespace
 {
 
-constexpr int pointsPerQueue = 32;                  // of one parameter in one block
 constexpr ParamID programId = CAudioWrapperVST3ProgramParameter::programId;
 constexpr ProgramListID programListId = programId;
 
@@ -37,32 +37,6 @@ tresult logged(CError failure)
         return kResultOk;
     CLog::writeError(std::move(failure));
     return kResultFalse;
-}
-
-/// Of a bus that may be missing or say nonsense about itself.
-int channelCount(const AudioBusBuffers* busses, int32 count, int32 index) noexcept
-{
-    if (busses == nullptr || index >= count)
-        return 0;
-    return std::clamp<int>(busses[index].numChannels, 0, CAudioWrapper::maxChannels);
-}
-
-bool isSilent(const AudioBusBuffers& bus) noexcept
-{
-    if (bus.numChannels <= 0 || bus.numChannels >= 64)
-        return false;
-    const uint64 all = (uint64{1} << bus.numChannels) - 1;
-    return (bus.silenceFlags & all) == all;
-}
-
-void silence(const AudioBusBuffers& bus, int32 first, const ProcessData& data) noexcept
-{
-    const std::size_t size = data.symbolicSampleSize == kSample64 ? sizeof(Sample64) : sizeof(Sample32);
-    for (int32 c = first; bus.channelBuffers32 != nullptr && data.numSamples > 0 && c < bus.numChannels; ++c)
-    {
-        if (bus.channelBuffers32[c] != nullptr)
-            std::memset(bus.channelBuffers32[c], 0, static_cast<std::size_t>(data.numSamples) * size);
-    }
 }
 
 }
@@ -229,84 +203,14 @@ tresult PLUGIN_API CAudioWrapperVST3::process(ProcessData& data)
     const CRoundingGuard rounding;
     if (rowCount == 0)
     {
-        if (data.outputs != nullptr && data.numOutputs > 0)
-            silence(data.outputs[0], 0, data);
+        CVstBlock::silenceOutput(data);
         return kResultOk;
     }
     setOffline(data.processMode == kOffline);
-    takeEvents(data.inputParameterChanges);
-    runBlock(data);
+    takeEvents(data.inputParameterChanges, rowCount, *this);
+    const CVstBlock block(data, instance().project().usesSidechain);
+    CAudioWrapper::process(block.block());
     return kResultOk;
-}
-
-void CAudioWrapperVST3::takeEvents(IParameterChanges* changes) noexcept
-{
-    if (changes == nullptr)
-        return;
-    const int32 queues = changes->getParameterCount();
-    for (int32 i = 0; i < queues; ++i)
-    {
-        IParamValueQueue* const queue = changes->getParameterData(i);
-        if (queue != nullptr && queue->getParameterId() < static_cast<ParamID>(rowCount))
-            takeEvents(*queue);
-    }
-}
-
-void CAudioWrapperVST3::takeEvents(IParamValueQueue& queue) noexcept
-{
-    const int64 count = queue.getPointCount();
-    const int64 taken = std::min<int64>(count, pointsPerQueue);
-    for (int64 i = 0; i < taken; ++i)
-    {
-        // Evenly spaced, and the last one always: what holds after the block must arrive.
-        const int64 point = i == taken - 1 ? count - 1 : i * count / taken;
-        int32 offset = 0;
-        ParamValue value = 0.0;
-        if (queue.getPoint(static_cast<int32>(point), offset, value) == kResultTrue)
-            addEvent(offset, static_cast<int>(queue.getParameterId()), value);
-    }
-}
-
-void CAudioWrapperVST3::runBlock(const ProcessData& data) noexcept
-{
-    std::array<const void*, maxChannels> inputs{};
-    std::array<void*, maxChannels> outputs{};
-    CAudioHostBlock block;
-    block.inputs = inputs.data();
-    block.outputs = outputs.data();
-    block.format = data.symbolicSampleSize == kSample64 ? CAudioSampleFormat::float64 : CAudioSampleFormat::float32;
-
-    AudioBusBuffers* const out = data.outputs != nullptr && data.numOutputs > 0 ? &data.outputs[0] : nullptr;
-    if (out != nullptr)
-        out->silenceFlags = 0;
-    if (data.inputs == nullptr || data.numInputs <= 0 || out == nullptr)
-    {
-        if (out != nullptr)
-            silence(*out, 0, data);
-        CAudioWrapper::process(block);
-        return;
-    }
-
-    const auto takeInputs = [&](int32 bus, int count)
-    {
-        const void* const* const channels = reinterpret_cast<void**>(data.inputs[bus].channelBuffers32);
-        for (int c = 0; c < count; ++c)
-            inputs[static_cast<std::size_t>(block.inputCount + c)] = channels != nullptr ? channels[c] : nullptr;
-        block.inputCount += count;
-    };
-    takeInputs(0, channelCount(data.inputs, data.numInputs, 0));
-    if (instance().project().usesSidechain && data.numInputs > 1 && !isSilent(data.inputs[1]))
-    {
-        block.sidechainCount = std::min(channelCount(data.inputs, data.numInputs, 1), maxChannels - block.inputCount);
-        takeInputs(1, block.sidechainCount);
-    }
-
-    block.outputCount = channelCount(data.outputs, data.numOutputs, 0);
-    for (int c = 0; out->channelBuffers32 != nullptr && c < block.outputCount; ++c)
-        outputs[static_cast<std::size_t>(c)] = out->channelBuffers32[c];
-    block.frames = std::max<int>(data.numSamples, 0);
-    silence(*out, block.outputCount, data);
-    CAudioWrapper::process(block);
 }
 
 uint32 PLUGIN_API CAudioWrapperVST3::getTailSamples()

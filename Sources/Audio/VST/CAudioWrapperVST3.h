@@ -5,7 +5,6 @@
 #include "Audio/VST/CSingleComponentEffect.h"
 #include "Platform/CLock.h"
 
-#include <pluginterfaces/vst/ivstparameterchanges.h>
 #include <pluginterfaces/vst/ivstunits.h>
 
 #include <atomic>
@@ -33,7 +32,8 @@ public:
     Steinberg::tresult PLUGIN_API setActive(Steinberg::TBool state) override;
 
     // Processor.
-    Steinberg::tresult PLUGIN_API setBusArrangements(Steinberg::Vst::SpeakerArrangement* inputs, Steinberg::int32 numIns,
+    Steinberg::tresult PLUGIN_API setBusArrangements(Steinberg::Vst::SpeakerArrangement* inputs,
+                                                     Steinberg::int32 numIns,
                                                      Steinberg::Vst::SpeakerArrangement* outputs,
                                                      Steinberg::int32 numOuts) override;
     Steinberg::tresult PLUGIN_API canProcessSampleSize(Steinberg::int32 size) override;
@@ -50,14 +50,16 @@ public:
     Steinberg::tresult PLUGIN_API getParamValueByString(Steinberg::Vst::ParamID id, Steinberg::Vst::TChar* text,
                                                         Steinberg::Vst::ParamValue& value) override;
     Steinberg::Vst::ParamValue PLUGIN_API getParamNormalized(Steinberg::Vst::ParamID id) override;
-    Steinberg::tresult PLUGIN_API setParamNormalized(Steinberg::Vst::ParamID id, Steinberg::Vst::ParamValue value) override;
+    Steinberg::tresult PLUGIN_API setParamNormalized(Steinberg::Vst::ParamID id,
+                                                     Steinberg::Vst::ParamValue value) override;
     Steinberg::IPlugView* PLUGIN_API createView(Steinberg::FIDString name) override;
 
     // Units and programs.
     Steinberg::int32 PLUGIN_API getUnitCount() override { return 1; }
     Steinberg::tresult PLUGIN_API getUnitInfo(Steinberg::int32 index, Steinberg::Vst::UnitInfo& info) override;
     Steinberg::int32 PLUGIN_API getProgramListCount() override { return 1; }
-    Steinberg::tresult PLUGIN_API getProgramListInfo(Steinberg::int32 index, Steinberg::Vst::ProgramListInfo& info) override;
+    Steinberg::tresult PLUGIN_API getProgramListInfo(Steinberg::int32 index,
+                                                     Steinberg::Vst::ProgramListInfo& info) override;
     Steinberg::tresult PLUGIN_API getProgramName(Steinberg::Vst::ProgramListID list, Steinberg::int32 index,
                                                  Steinberg::Vst::String128 name) override;
     Steinberg::tresult PLUGIN_API getProgramInfo(Steinberg::Vst::ProgramListID, Steinberg::int32,
@@ -79,8 +81,8 @@ public:
     {
         return id == Steinberg::Vst::kRootUnitId ? Steinberg::kResultOk : Steinberg::kResultFalse;
     }
-    Steinberg::tresult PLUGIN_API getUnitByBus(Steinberg::Vst::MediaType, Steinberg::Vst::BusDirection, Steinberg::int32,
-                                               Steinberg::int32, Steinberg::Vst::UnitID&) override
+    Steinberg::tresult PLUGIN_API getUnitByBus(Steinberg::Vst::MediaType, Steinberg::Vst::BusDirection,
+                                               Steinberg::int32, Steinberg::int32, Steinberg::Vst::UnitID&) override
     {
         return Steinberg::kResultFalse;
     }
@@ -113,9 +115,6 @@ private:
     void addBusses();
     CSharedParameter* parameter(Steinberg::Vst::ParamID id) const;
     Steinberg::IPtr<Steinberg::Vst::IComponentHandler> host() const;
-    void takeEvents(Steinberg::Vst::IParameterChanges* changes) noexcept;
-    void takeEvents(Steinberg::Vst::IParamValueQueue& queue) noexcept;
-    void runBlock(const Steinberg::Vst::ProcessData& data) noexcept;
 
     mutable CLock handlerLock;                      // a leaf: of the SDK's pointer to the host's handler
     CAudioWrapperVST3ProgramParameter* programs = nullptr;  // among the parameters

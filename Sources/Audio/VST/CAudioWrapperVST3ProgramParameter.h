@@ -36,7 +36,7 @@ private:
     int indexOf(Steinberg::Vst::ParamValue value) const;
 
     CAudioWrapper& wrapper;
-    const int last;                                 // index of the last program
+    const int last; // index of the last program
 };
 
 }

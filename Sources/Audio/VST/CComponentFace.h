@@ -6,8 +6,8 @@
 namespace kor
 {
 
-// A host's component, with names of its own for setState and getState: the edit controller has two of the same name, and
-// an object that is both must tell them apart.
+// A host's component, with names of its own for setState and getState: the edit controller has two of the same name,
+// and an object that is both must tell them apart.
 class CComponentFace : public Steinberg::Vst::IComponent
 {
 public:

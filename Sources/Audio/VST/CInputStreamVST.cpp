@@ -9,7 +9,7 @@ namespace kor
 namespace
 {
 
-constexpr std::int64_t largestRead = std::int64_t{1} << 30;    // a host counts in 32 bits
+constexpr std::int64_t largestRead = std::int64_t{1} << 30; // a host counts in 32 bits
 
 }
 

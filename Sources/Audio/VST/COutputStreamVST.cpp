@@ -11,7 +11,7 @@ namespace kor
 namespace
 {
 
-constexpr std::int64_t largestWrite = std::int64_t{1} << 30;   // a host counts in 32 bits
+constexpr std::int64_t largestWrite = std::int64_t{1} << 30; // a host counts in 32 bits
 
 }
 

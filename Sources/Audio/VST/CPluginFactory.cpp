@@ -13,7 +13,7 @@ using namespace Steinberg;
 namespace
 {
 
-constexpr const char* sdkVersion = "VST 3.5.1";     // whose rules the plug-in keeps
+constexpr const char* sdkVersion = "VST 3.5.1"; // whose rules the plug-in keeps
 
 /// The fields that all three records of a class share.
 template <class Info>

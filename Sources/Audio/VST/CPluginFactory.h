@@ -12,7 +12,7 @@ namespace kor
 
 // What a host asks first: who made the plug-in, which class there is, and new objects of it. Any thread. The host's
 // count of references is kept for it alone: the module's only factory stays until the process ends.
-class CPluginFactory : public Steinberg::IPluginFactory3
+class CPluginFactory final : public Steinberg::IPluginFactory3
 {
 public:
     /// Fails when the product's id is none.

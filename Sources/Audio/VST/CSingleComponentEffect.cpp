@@ -68,7 +68,8 @@ int32 PLUGIN_API CSingleComponentEffect::getBusCount(MediaType type, BusDirectio
     return busses != nullptr ? static_cast<int32>(busses->size()) : 0;
 }
 
-tresult PLUGIN_API CSingleComponentEffect::getBusInfo(MediaType type, BusDirection direction, int32 index, BusInfo& info)
+tresult PLUGIN_API CSingleComponentEffect::getBusInfo(MediaType type, BusDirection direction, int32 index,
+                                                      BusInfo& info)
 {
     Bus* const bus = findBus(type, direction, index);
     if (bus == nullptr)
@@ -97,7 +98,8 @@ tresult PLUGIN_API CSingleComponentEffect::getBusArrangement(BusDirection direct
     return kResultOk;
 }
 
-void CSingleComponentEffect::addAudioBus(BusDirection direction, const TChar* name, SpeakerArrangement arrangement, Use use)
+void CSingleComponentEffect::addAudioBus(BusDirection direction, const TChar* name, SpeakerArrangement arrangement,
+                                         Use use)
 {
     const bool isMain = use == Use::main;
     BusList& busses = direction == kInput ? audioInputs : audioOutputs;

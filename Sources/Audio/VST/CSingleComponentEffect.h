@@ -25,7 +25,8 @@ public:
     Steinberg::tresult PLUGIN_API terminate() override;
 
     // Controller.
-    Steinberg::tresult PLUGIN_API getParameterInfo(Steinberg::int32 index, Steinberg::Vst::ParameterInfo& info) override;
+    Steinberg::tresult PLUGIN_API getParameterInfo(Steinberg::int32 index,
+                                                   Steinberg::Vst::ParameterInfo& info) override;
 
     // Component.
     Steinberg::tresult PLUGIN_API getControllerClassId(Steinberg::TUID) override { return Steinberg::kNotImplemented; }
@@ -34,7 +35,8 @@ public:
     {
         return Steinberg::kNotImplemented;
     }
-    Steinberg::int32 PLUGIN_API getBusCount(Steinberg::Vst::MediaType type, Steinberg::Vst::BusDirection direction) override;
+    Steinberg::int32 PLUGIN_API getBusCount(Steinberg::Vst::MediaType type,
+                                            Steinberg::Vst::BusDirection direction) override;
     Steinberg::tresult PLUGIN_API getBusInfo(Steinberg::Vst::MediaType type, Steinberg::Vst::BusDirection direction,
                                              Steinberg::int32 index, Steinberg::Vst::BusInfo& info) override;
     Steinberg::tresult PLUGIN_API activateBus(Steinberg::Vst::MediaType type, Steinberg::Vst::BusDirection direction,
@@ -66,7 +68,8 @@ protected:
     void removeAudioBusses();
 
 private:
-    Steinberg::Vst::BusList* findBusses(Steinberg::Vst::MediaType type, Steinberg::Vst::BusDirection direction) noexcept;
+    Steinberg::Vst::BusList* findBusses(Steinberg::Vst::MediaType type,
+                                        Steinberg::Vst::BusDirection direction) noexcept;
     Steinberg::Vst::Bus* findBus(Steinberg::Vst::MediaType type, Steinberg::Vst::BusDirection direction,
                                  Steinberg::int32 index) noexcept;
 

@@ -9,7 +9,7 @@ namespace kor
 namespace
 {
 
-constexpr int longest = 127;                        // and the 0 behind it
+constexpr int longest = 127; // and the 0 behind it
 
 bool isHighSurrogate(char16_t unit) noexcept
 {

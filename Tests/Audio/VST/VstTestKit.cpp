@@ -69,7 +69,7 @@ void CTestEffect::dial()
     {
         const char* title;
         const char* text;
-    } settings[] = {{"1Mode1", "Peaking"}, {"1Freq1", "1k"},      {"1Gain1", "-9"}, {"1Mode2", "Lo-shelf"},
+    } settings[] = {{"1Mode1", "Peaking"}, {"1Freq1", "1k"},       {"1Gain1", "-9"}, {"1Mode2", "Lo-shelf"},
                     {"1Gain2", "6"},       {"2Mode3", "Hi-shelf"}, {"1OGain", "-3"}};
     for (const auto& row : settings)
     {

@@ -44,7 +44,7 @@ public:
     Steinberg::tresult setup(double rateHz, Steinberg::int32 sampleSize = Steinberg::Vst::kSample64,
                              Steinberg::int32 mode = Steinberg::Vst::kRealtime);
     bool setLayout(std::vector<int> inputs, std::vector<int> outputs);
-    void start();                       // active, and blocks come
+    void start(); // active, and blocks come
     void stop();
 
     CVst3Plugin plugin{hostApplication()};
@@ -59,9 +59,9 @@ public:
     CTestBlock& operator=(const CTestBlock&) = delete;
 
     void setInput(int channel, int frame, double value);
-    void fill(unsigned seed);           // inputs with noise
+    void fill(unsigned seed); // inputs with noise
     double output(int channel, int frame) const;
-    bool isSilent() const;              // all outputs are exact zeros
+    bool isSilent() const; // all outputs are exact zeros
 
     static constexpr double garbage = 7.0;
 

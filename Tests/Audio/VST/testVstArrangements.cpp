@@ -29,23 +29,18 @@ struct CLayoutCase
 
 // Of a product with a side chain and 8 channels inside.
 const CLayoutCase withSidechain[] = {
-    {{2, 2}, {2}, true, 2},
-    {{2, 1}, {2}, true, 1},
-    {{2, 0}, {2}, true, 0},
-    {{2}, {2}, true, 0},
-    {{2, 3}, {2}, false},                           // more than two on the side
-    {{6, 2}, {6}, true, 2},
-    {{7, 2}, {7}, false},                           // together more than there are
-    {{8, 2}, {8}, false},
-    {{8, 0}, {8}, true, 0},
+    {{2, 2}, {2}, true, 2}, {{2, 1}, {2}, true, 1}, {{2, 0}, {2}, true, 0},
+    {{2}, {2}, true, 0},    {{2, 3}, {2}, false}, // more than two on the side
+    {{6, 2}, {6}, true, 2}, {{7, 2}, {7}, false}, // together more than there are
+    {{8, 2}, {8}, false},   {{8, 0}, {8}, true, 0},
 };
 
 // Of the product, which has none: whatever a host says of a second input, the first counts.
 const CLayoutCase plain[] = {
-    {{1}, {1}, true},    {{2}, {2}, true},    {{1}, {2}, true},    {{4}, {2}, true},    {{8}, {2}, true},
-    {{1}, {8}, true},    {{8}, {8}, true},    {{3}, {3}, true},    {{2}, {1}, false},   {{5}, {3}, false},
-    {{2}, {4}, false},   {{0}, {2}, false},   {{2}, {0}, false},   {{1}, {0}, false},   {{9}, {9}, false},
-    {{9}, {2}, false},   {{1}, {9}, false},   {{}, {2}, false},    {{2}, {}, false},    {{2, 2}, {2}, true},
+    {{1}, {1}, true},  {{2}, {2}, true},  {{1}, {2}, true},  {{4}, {2}, true},  {{8}, {2}, true},
+    {{1}, {8}, true},  {{8}, {8}, true},  {{3}, {3}, true},  {{2}, {1}, false}, {{5}, {3}, false},
+    {{2}, {4}, false}, {{0}, {2}, false}, {{2}, {0}, false}, {{1}, {0}, false}, {{9}, {9}, false},
+    {{9}, {2}, false}, {{1}, {9}, false}, {{}, {2}, false},  {{2}, {}, false},  {{2, 2}, {2}, true},
 };
 
 std::vector<SpeakerArrangement> arrangements(const std::vector<int>& counts)
@@ -64,7 +59,8 @@ TEST(VstArrangements, CountTheSideChainWithinTheChannelsInside)
     {
         CAudioHostChannels found;
         SCOPED_TRACE(::testing::PrintToString(row.inputs) + " to " + ::testing::PrintToString(row.outputs));
-        ASSERT_EQ(acceptArrangements(arrangements(row.inputs), arrangements(row.outputs), {8, true}, found), row.isAccepted);
+        ASSERT_EQ(acceptArrangements(arrangements(row.inputs), arrangements(row.outputs), {8, true}, found),
+                  row.isAccepted);
         EXPECT_EQ(row.isAccepted ? found.sidechain : row.sidechain, row.sidechain);
     }
 }

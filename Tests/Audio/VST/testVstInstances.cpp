@@ -19,23 +19,24 @@ TEST(VstInstances, ComeAndGoOnSeveralThreadsAtATime)
     std::vector<std::thread> running;
     for (int t = 0; t < threads; ++t)
     {
-        running.emplace_back([t, &results]
-        {
-            std::vector<std::unique_ptr<CTestEffect>> effects;
-            for (int i = 0; i < perThread; ++i)
+        running.emplace_back(
+            [t, &results]
             {
-                effects.push_back(std::make_unique<CTestEffect>());
-                CTestEffect& effect = *effects.back();
-                effect.dial();
-                effect.setup(48000.0);
-                effect.start();
-                results[static_cast<std::size_t>(t)] = runNoise(effect, 2, 2000, 500);
-                if (i % 3 == 2)
-                    effects.erase(effects.begin());             // not in the order of their making
-            }
-            for (const auto& effect : effects)
-                effect->stop();
-        });
+                std::vector<std::unique_ptr<CTestEffect>> effects;
+                for (int i = 0; i < perThread; ++i)
+                {
+                    effects.push_back(std::make_unique<CTestEffect>());
+                    CTestEffect& effect = *effects.back();
+                    effect.dial();
+                    effect.setup(48000.0);
+                    effect.start();
+                    results[static_cast<std::size_t>(t)] = runNoise(effect, 2, 2000, 500);
+                    if (i % 3 == 2)
+                        effects.erase(effects.begin()); // not in the order of their making
+                }
+                for (const auto& effect : effects)
+                    effect->stop();
+            });
     }
     for (std::thread& one : running)
         one.join();
@@ -81,7 +82,8 @@ TEST(VstInstances, AreAbandonedInAnyStateWithoutHarm)
         ASSERT_FALSE(builtModule().findEffect(effect));
         IComponent* component = nullptr;
         ASSERT_EQ(builtModule().factory().createInstance(effect->id, IComponent::iid.toTUID(),
-                                                         reinterpret_cast<void**>(&component)), kResultOk);
+                                                         reinterpret_cast<void**>(&component)),
+                  kResultOk);
         if (state > 0)
             component->initialize(static_cast<IHostApplication*>(&hostApplication()));
         if (state > 1)

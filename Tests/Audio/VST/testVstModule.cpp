@@ -143,9 +143,10 @@ TEST(VstModule, AnswersAHostThatSkipsTheEntryAndGivesNoContext)
     ASSERT_NE(factory, nullptr);
     Vst::IComponent* component = nullptr;
     ASSERT_EQ(factory->createInstance(reinterpret_cast<FIDString>(classBytes), Vst::IComponent::iid.toTUID(),
-                                      reinterpret_cast<void**>(&component)), kResultOk);
+                                      reinterpret_cast<void**>(&component)),
+              kResultOk);
     EXPECT_EQ(component->initialize(nullptr), kResultOk);
-    EXPECT_NE(component->initialize(nullptr), kResultOk);       // a second time without an end between
+    EXPECT_NE(component->initialize(nullptr), kResultOk); // a second time without an end between
     EXPECT_EQ(component->terminate(), kResultOk);
     EXPECT_EQ(component->initialize(nullptr), kResultOk);
     EXPECT_EQ(component->getBusCount(Vst::kAudio, Vst::kInput), 1);
@@ -159,16 +160,24 @@ TEST(VstModule, CountsReferencesOverAllInterfacesOfAnObject)
     IPluginFactory& factory = builtModule().factory();
     void* made = nullptr;
     EXPECT_NE(factory.createInstance(nullptr, Vst::IComponent::iid.toTUID(), &made), kResultOk);
-    EXPECT_NE(factory.createInstance(reinterpret_cast<FIDString>(classBytes), IPluginFactory::iid.toTUID(), &made), kResultOk);
+    EXPECT_NE(factory.createInstance(reinterpret_cast<FIDString>(classBytes), IPluginFactory::iid.toTUID(), &made),
+              kResultOk);
     EXPECT_EQ(made, nullptr);
     TUID other{};
     EXPECT_NE(factory.createInstance(other, Vst::IComponent::iid.toTUID(), &made), kResultOk);
     EXPECT_EQ(made, nullptr);
 
-    const FUID* const offered[] = {&FUnknown::iid, &IPluginBase::iid, &Vst::IComponent::iid, &Vst::IAudioProcessor::iid,
-                                   &Vst::IEditController::iid, &Vst::IEditController2::iid, &Vst::IUnitInfo::iid,
-                                   &Vst::IConnectionPoint::iid, &Vst::IProcessContextRequirements::iid};
-    ASSERT_EQ(factory.createInstance(reinterpret_cast<FIDString>(classBytes), FUnknown::iid.toTUID(), &made), kResultOk);
+    const FUID* const offered[] = {&FUnknown::iid,
+                                   &IPluginBase::iid,
+                                   &Vst::IComponent::iid,
+                                   &Vst::IAudioProcessor::iid,
+                                   &Vst::IEditController::iid,
+                                   &Vst::IEditController2::iid,
+                                   &Vst::IUnitInfo::iid,
+                                   &Vst::IConnectionPoint::iid,
+                                   &Vst::IProcessContextRequirements::iid};
+    ASSERT_EQ(factory.createInstance(reinterpret_cast<FIDString>(classBytes), FUnknown::iid.toTUID(), &made),
+              kResultOk);
     auto* const object = static_cast<FUnknown*>(made);
     std::vector<FUnknown*> faces;
     for (const FUID* const id : offered)
@@ -176,7 +185,7 @@ TEST(VstModule, CountsReferencesOverAllInterfacesOfAnObject)
         void* face = nullptr;
         ASSERT_EQ(object->queryInterface(*id, &face), kResultOk);
         faces.push_back(static_cast<FUnknown*>(face));
-        void* same = nullptr;                                   // identity: one unknown behind all of them
+        void* same = nullptr; // identity: one unknown behind all of them
         ASSERT_EQ(faces.back()->queryInterface(FUnknown::iid, &same), kResultOk);
         EXPECT_EQ(same, made);
         faces.back()->release();
@@ -213,7 +222,7 @@ TEST(VstModule, LoadsAndUnloadsAThousandTimesWithoutGrowing)
         CVst3Plugin plugin(hostApplication());
         ASSERT_FALSE(plugin.open(module, *effect));
     };
-    for (int i = 0; i < rounds / 5; ++i)                        // pools reach the size that they keep
+    for (int i = 0; i < rounds / 5; ++i) // pools reach the size that they keep
         round(true);
     const auto heapBefore = ::mallinfo2().uordblks;
     const long residentBefore = residentKilobytes();

@@ -15,7 +15,6 @@ namespace kor::test
 namespace
 {
 
-
 ParameterInfo infoOf(CTestEffect& effect, int index)
 {
     ParameterInfo info{};
@@ -168,7 +167,7 @@ TEST(VstPrograms, ChosenByTheHostMoveAllValuesAndEchoNothing)
         ASSERT_FALSE(other->setState(effect.state()));
         std::vector<double> mine = effect.values();
         std::vector<double> others = other.values();
-        mine.pop_back();                                        // the place in the list is no part of a state
+        mine.pop_back(); // the place in the list is no part of a state
         others.pop_back();
         EXPECT_EQ(mine, others) << "program " << i;
     }

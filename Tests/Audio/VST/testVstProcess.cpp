@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "VstTestKit.h"
 
+#include "Audio/VST/CVstBlock.h"
 #include "Support/CRealtimeGuard.h"
 
 #include <cfenv>
@@ -71,21 +72,25 @@ TEST(VstProcess, SurvivesWhatHostsSend)
     {
         const char* name;
         void (*spoil)(CTestBlock& block);
-        bool isSilent;                              // nothing goes in, so nothing may come out
-        bool isUntouched = false;                   // there is nothing to write
+        bool isSilent; // nothing goes in, so nothing may come out
+        bool isUntouched = false; // there is nothing to write
     };
     const CCase cases[] = {
         {"no input pointers", [](CTestBlock& b) { b.inputBus.channelBuffers64 = nullptr; }, true},
-        {"null input channels", [](CTestBlock& b) { b.inputBus.channelBuffers64[0] = b.inputBus.channelBuffers64[1] = nullptr; }, true},
+        {"null input channels",
+         [](CTestBlock& b) { b.inputBus.channelBuffers64[0] = b.inputBus.channelBuffers64[1] = nullptr; }, true},
         {"no output pointers", [](CTestBlock& b) { b.outputBus.channelBuffers64 = nullptr; }, false, true},
-        {"null output channels", [](CTestBlock& b) { b.outputBus.channelBuffers64[0] = b.outputBus.channelBuffers64[1] = nullptr; }, false, true},
+        {"null output channels",
+         [](CTestBlock& b) { b.outputBus.channelBuffers64[0] = b.outputBus.channelBuffers64[1] = nullptr; }, false,
+         true},
         {"no input busses", [](CTestBlock& b) { b.data.numInputs = 0; }, true},
         {"no input bus list", [](CTestBlock& b) { b.data.inputs = nullptr; }, true},
         {"no output busses", [](CTestBlock& b) { b.data.numOutputs = 0; }, false, true},
         {"no output bus list", [](CTestBlock& b) { b.data.outputs = nullptr; }, false, true},
         {"no channels in", [](CTestBlock& b) { b.inputBus.numChannels = 0; }, true},
         {"no channels out", [](CTestBlock& b) { b.outputBus.numChannels = 0; }, false, true},
-        {"negative channels", [](CTestBlock& b) { b.inputBus.numChannels = b.outputBus.numChannels = -5; }, false, true},
+        {"negative channels", [](CTestBlock& b) { b.inputBus.numChannels = b.outputBus.numChannels = -5; }, false,
+         true},
         {"no samples", [](CTestBlock& b) { b.data.numSamples = 0; }, false, true},
         {"negative samples", [](CTestBlock& b) { b.data.numSamples = -100; }, false, true},
         {"no changes", [](CTestBlock& b) { b.data.inputParameterChanges = nullptr; }, false},
@@ -115,6 +120,35 @@ TEST(VstProcess, SurvivesWhatHostsSend)
             ASSERT_EQ(effect.processor().process(good.data), kResultOk);
             EXPECT_NE(good.output(0, 599), CTestBlock::garbage);
         }
+    }
+}
+
+TEST(VstProcess, TakesASideChainUnlessItIsFlaggedSilent)
+{
+    const struct
+    {
+        int channels;
+        uint64 silenceFlags;
+        int taken;
+    } cases[] = {{2, 0, 2}, {2, 1, 2}, {2, 3, 0}, {2, ~uint64{0}, 0}, {1, 1, 0}, {1, 2, 1}, {0, 0, 0}, {-1, 0, 0}};
+    for (const auto& row : cases)
+    {
+        CTestBlock main(2, 2, 16);
+        CTestBlock side(2, 0, 16);
+        AudioBusBuffers both[] = {main.inputBus, side.inputBus};
+        both[1].numChannels = row.channels;
+        both[1].silenceFlags = row.silenceFlags;
+        main.data.inputs = both;
+        main.data.numInputs = 2;
+        const CVstBlock with(main.data, true);
+        EXPECT_EQ(with.block().sidechainCount, row.taken) << row.channels << ' ' << row.silenceFlags;
+        EXPECT_EQ(with.block().inputCount, 2 + row.taken);
+        if (row.taken > 0)
+        {
+            EXPECT_EQ(with.block().inputs[2], side.inputBus.channelBuffers64[0]);
+        }
+        const CVstBlock without(main.data, false);
+        EXPECT_EQ(without.block().inputCount, 2);
     }
 }
 
@@ -228,7 +262,8 @@ TEST(VstProcess, ThinsOutDenseQueuesAndKeepsTheLastPoint)
     {
         int32 points;
         std::vector<int32> asked;
-    } cases[] = {{1, {0}}, {2, {0, 1}}, {0, {}}, {-3, {}}, {64, {}}, {100, {}}, {std::numeric_limits<int32>::max(), {}}};
+    } cases[] = {
+        {1, {0}}, {2, {0, 1}}, {0, {}}, {-3, {}}, {64, {}}, {100, {}}, {std::numeric_limits<int32>::max(), {}}};
     for (const auto& row : cases)
     {
         CDenseQueue queue(outGain, row.points, 0.25);
@@ -325,16 +360,16 @@ TEST(VstProcess, RefusesWhatItCannotRunAndKeepsRunning)
     EXPECT_NE(effect.processor().canProcessSampleSize(2), kResultTrue);
     effect.setup(48000.0);
     effect.start();
-    for (const double rate : {96000.0, 44100.0, 0.0})           // while it runs, as some hosts do
+    for (const double rate : {96000.0, 44100.0, 0.0}) // while it runs, as some hosts do
     {
         effect.setup(rate);
         EXPECT_TRUE(effect.setLayout({2}, {2}));
         EXPECT_NEAR(steadyLevel(effect), 1.0, 1e-6);
     }
-    EXPECT_EQ(effect.component().setActive(true), kResultOk);   // twice, and off twice
+    EXPECT_EQ(effect.component().setActive(true), kResultOk); // twice, and off twice
     effect.stop();
     effect.stop();
-    effect.processor().setProcessing(true);                     // without being active
+    effect.processor().setProcessing(true); // without being active
     EXPECT_NEAR(steadyLevel(effect), 1.0, 1e-6);
 }
 
@@ -346,7 +381,7 @@ TEST(VstProcess, NeverTouchesTheHeapOnceItRuns)
     {
         const CRealtimeGuard guard;
         effect.state();
-        ASSERT_GT(guard.faults(), 0u);                          // it does see into the module
+        ASSERT_GT(guard.faults(), 0u); // it does see into the module
     }
     effect.dial();
     for (const int32 mode : {kRealtime, kOffline})
@@ -379,7 +414,7 @@ TEST(VstProcess, NeverTouchesTheHeapOnceItRuns)
             };
             effect.processor().process(block.data);
             EXPECT_EQ(faultsOf(100, false), 0u) << channels << " channels, mode " << mode;
-            faultsOf(120, true);                                // each kind of fade takes its spare modules once
+            faultsOf(120, true); // each kind of fade takes its spare modules once
             EXPECT_EQ(faultsOf(300, true), 0u) << channels << " channels with changes, mode " << mode;
             effect.stop();
         }

@@ -88,7 +88,8 @@ TEST(VstState, ThatIsDamagedIsRefusedAndChangesNothing)
     const std::vector<double> values = effect.values();
     ASSERT_GT(good.size(), 100u);
     for (std::size_t length = 0; length < good.size(); length += std::max<std::size_t>(1, good.size() / 97))
-        ASSERT_EQ(load(effect, {good.begin(), good.begin() + static_cast<std::ptrdiff_t>(length)}), kResultFalse) << length;
+        ASSERT_EQ(load(effect, {good.begin(), good.begin() + static_cast<std::ptrdiff_t>(length)}), kResultFalse)
+            << length;
 
     std::mt19937 random(7);
     for (int round = 0; round < 60; ++round)
@@ -96,10 +97,10 @@ TEST(VstState, ThatIsDamagedIsRefusedAndChangesNothing)
         std::vector<char> garbage(random() % 4096);
         std::generate(garbage.begin(), garbage.end(), [&] { return static_cast<char>(random()); });
         if (round % 2 == 0 && garbage.size() > 16)
-            std::copy_n(good.begin(), 8, garbage.begin());      // begins like a good one
+            std::copy_n(good.begin(), 8, garbage.begin()); // begins like a good one
         ASSERT_EQ(load(effect, garbage), kResultFalse) << round;
     }
-    std::vector<char> huge = good;                              // says that it is 4 GB
+    std::vector<char> huge = good; // says that it is 4 GB
     std::fill_n(huge.begin() + 4, 4, '\xFF');
     EXPECT_EQ(load(effect, huge), kResultFalse);
     huge.assign(std::size_t{40} << 20, 'x');
@@ -110,7 +111,7 @@ TEST(VstState, ThatIsDamagedIsRefusedAndChangesNothing)
     EXPECT_EQ(effect.component().getState(nullptr), kInvalidArgument);
     EXPECT_EQ(load(effect, good), kResultOk);
 
-    std::vector<char> longer = good;                            // hosts pad their chunks
+    std::vector<char> longer = good; // hosts pad their chunks
     longer.resize(good.size() + 1000);
     EXPECT_EQ(load(effect, longer), kResultOk);
 }
@@ -120,7 +121,8 @@ TEST(VstState, BearsStreamsThatLie)
     CTestEffect effect;
     for (const tresult answer : {kResultOk, kResultFalse})
     {
-        for (const int32 claimed : {0, -1, std::numeric_limits<int32>::min(), 1 << 30, std::numeric_limits<int32>::max()})
+        for (const int32 claimed :
+             {0, -1, std::numeric_limits<int32>::min(), 1 << 30, std::numeric_limits<int32>::max()})
         {
             CLyingStream stream(answer, claimed);
             EXPECT_EQ(effect.component().setState(&stream), kResultFalse) << answer << ' ' << claimed;
@@ -139,25 +141,27 @@ TEST(VstState, MovesOnOtherThreadsWhileAudioRuns)
     effect.setup(48000.0);
     effect.start();
     std::atomic<bool> isOver{false};
-    std::thread audio([&]
-    {
-        CTestBlock block(2, 2, 128);
-        block.fill(3);
-        for (int i = 0; !isOver; ++i)
+    std::thread audio(
+        [&]
         {
-            block.changes.clear();
-            block.changes.add(5, i % 128, (i % 50) / 50.0);
-            EXPECT_EQ(effect.processor().process(block.data), kResultOk);
-        }
-    });
-    std::thread background([&]
-    {
-        for (int i = 0; i < 15; ++i)
+            CTestBlock block(2, 2, 128);
+            block.fill(3);
+            for (int i = 0; !isOver; ++i)
+            {
+                block.changes.clear();
+                block.changes.add(5, i % 128, (i % 50) / 50.0);
+                EXPECT_EQ(effect.processor().process(block.data), kResultOk);
+            }
+        });
+    std::thread background(
+        [&]
         {
-            EXPECT_EQ(load(effect, i % 2 == 0 ? dialled : defaults), kResultOk);
-            EXPECT_FALSE(effect.state().empty());
-        }
-    });
+            for (int i = 0; i < 15; ++i)
+            {
+                EXPECT_EQ(load(effect, i % 2 == 0 ? dialled : defaults), kResultOk);
+                EXPECT_FALSE(effect.state().empty());
+            }
+        });
     for (int i = 0; i < 200; ++i)
     {
         effect.value("1Freq1");

@@ -74,8 +74,8 @@ std::string describe(IPluginFactory3& factory)
                    ",\n      \"Snapshots\": []\n    }";
     }
     return "{\n  \"Name\": " + quoted(effect.name) + ",\n  \"Version\": " + quoted(effect.version) +
-           ",\n  \"Factory Info\": {\n    \"Vendor\": " + quoted(maker.vendor) + ",\n    \"URL\": " + quoted(maker.url) +
-           ",\n    \"E-Mail\": " + quoted(maker.email) +
+           ",\n  \"Factory Info\": {\n    \"Vendor\": " + quoted(maker.vendor) +
+           ",\n    \"URL\": " + quoted(maker.url) + ",\n    \"E-Mail\": " + quoted(maker.email) +
            ",\n    \"Flags\": {\n      \"Unicode\": " + truth((maker.flags & PFactoryInfo::kUnicode) != 0) +
            ",\n      \"Classes Discardable\": " + truth((maker.flags & PFactoryInfo::kClassesDiscardable) != 0) +
            ",\n      \"Component Non Discardable\": " +

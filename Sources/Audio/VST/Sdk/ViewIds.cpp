@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// Ids of the interfaces between a window and its host. The SDK's headers declare them; none of its sources defines them.
+// Ids of the interfaces between a window and its host. The SDK's headers declare them; none of its sources defines
+// them.
 
 #include <pluginterfaces/gui/iplugview.h>
 #include <pluginterfaces/gui/iplugviewcontentscalesupport.h>
