@@ -44,17 +44,38 @@ CAudioBufferRef CAudioBufferPool::take(int samples)
     }
     else
     {
-        const std::size_t capacityBytes = (exactClass + 1) << 9;
-        buffer = new (needBlock(sizeof(CAudioSampleBuffer) + capacityBytes)) CAudioSampleBuffer;
-        buffer->pool = this;
-        buffer->sizeClass = sizeClass;
-        buffer->capacity = static_cast<std::uint32_t>(capacityBytes / sizeof(double));
-        ++made;
+        buffer = make((exactClass + 1) << 9, sizeClass);
     }
     buffer->nextFree = nullptr;
     buffer->useCount = 1;
     ++used;
     return CAudioBufferRef(buffer);
+}
+
+CAudioSampleBuffer* CAudioBufferPool::make(std::size_t capacityBytes, std::uint32_t sizeClass)
+{
+    auto* const buffer = new (needBlock(sizeof(CAudioSampleBuffer) + capacityBytes)) CAudioSampleBuffer;
+    buffer->pool = this;
+    buffer->sizeClass = sizeClass;
+    buffer->capacity = static_cast<std::uint32_t>(capacityBytes / sizeof(double));
+    ++made;
+    return buffer;
+}
+
+void CAudioBufferPool::keepSpare(int count)
+{
+    for (std::uint32_t c = 0; c < largeClass; ++c)
+    {
+        int free = 0;
+        for (const CAudioSampleBuffer* buffer = freeLists[c]; buffer != nullptr; buffer = buffer->nextFree)
+            ++free;
+        for (; free > 0 && free < count; ++free)
+        {
+            CAudioSampleBuffer* const spare = make(std::size_t{c + 1} << 9, c);
+            spare->nextFree = freeLists[c];
+            freeLists[c] = spare;
+        }
+    }
 }
 
 void CAudioBufferPool::giveBack(CAudioSampleBuffer* buffer) noexcept

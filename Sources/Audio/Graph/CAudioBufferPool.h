@@ -70,6 +70,10 @@ public:
     /// A buffer for at least `samples` doubles (1 or more), 16-byte aligned, contents undefined.
     CAudioBufferRef take(int samples);
 
+    /// Makes buffers until at least `count` are free of each size that there is a free one of, the large ones excepted.
+    /// Between two blocks; allocates.
+    void keepSpare(int count);
+
     /// Buffers referred to just now; / buffers made so far.
     int inUse() const noexcept { return used; }
     int allocated() const noexcept { return made; }
@@ -77,6 +81,7 @@ public:
 private:
     friend class CAudioBufferRef;
     static constexpr std::uint32_t largeClass = 64;
+    CAudioSampleBuffer* make(std::size_t capacityBytes, std::uint32_t sizeClass);
     void giveBack(CAudioSampleBuffer* buffer) noexcept;
 
     CAudioSampleBuffer* freeLists[largeClass + 1] = {};

@@ -112,6 +112,12 @@ void CAudioGraphHost::prime()
     impl->runSlice(nullptr, nullptr, 0, 1);
 }
 
+void CAudioGraphHost::reserveBuffers()
+{
+    constexpr int buffersPerChannel = 8;            // at most seen where settings fade: between 7 and 8
+    impl->context.pool.keepSpare(buffersPerChannel * static_cast<int>(impl->input.channels().size()));
+}
+
 void CAudioGraphHost::process(const double* const* in, double* const* out, int outputChannels, int frames)
 {
     const double* inputs[maxPortChannels];

@@ -64,6 +64,10 @@ public:
     /// Takes pending parameter changes and runs one silent sample, so that latency and outputs follow.
     void prime();
 
+    /// Reserves buffers for the blocks to come, which may need more of them than the first behind a change: nodes that
+    /// have nothing more to fade keep one for each channel. Between two blocks; allocates.
+    void reserveBuffers();
+
     /// Ends processing: clears all signal state. Settings stay.
     void stop();
 

@@ -86,7 +86,7 @@ struct CAudioWrapper::CImplementation
     CAudioGraphHost& graph() const noexcept { return equalizer.graph(); }
     CAudioEnv& env() const noexcept { return equalizer.environment(); }
     void takeChannels(const CAudioHostBlock& block) noexcept;
-    void takeLayout();
+    bool takeLayout();
     void takeMode() noexcept;
     void prime();
     void beginSlice();
@@ -440,10 +440,11 @@ void CAudioWrapper::CImplementation::takeChannels(const CAudioHostBlock& block) 
     isLayoutStale = true;
 }
 
-void CAudioWrapper::CImplementation::takeLayout()
+// True when there was another one to take.
+bool CAudioWrapper::CImplementation::takeLayout()
 {
     if (!isLayoutStale.exchange(false))
-        return;
+        return false;
     CAudioHostChannels wanted;
     double wantedRate = 0.0;
     {
@@ -459,6 +460,7 @@ void CAudioWrapper::CImplementation::takeLayout()
     runningRate = wantedRate;
     isLayoutNews = true;
     noteNews();
+    return true;
 }
 
 void CAudioWrapper::CImplementation::takeMode() noexcept
@@ -481,6 +483,7 @@ void CAudioWrapper::CImplementation::prime()
     takeLayout();
     beginSlice();
     graph().prime();
+    graph().reserveBuffers();
 }
 
 void CAudioWrapper::CImplementation::beginSlice()
@@ -510,7 +513,7 @@ void CAudioWrapper::CImplementation::run(const CAudioHostBlock& block)
                           block.inputCount > block.sidechainCount && block.outputCount > 0;
     if (hasSound)
         takeChannels(block);
-    takeLayout();
+    const bool isFirst = takeLayout();
     events.sort(hasSound ? block.frames : 0);
     if (!hasSound)
     {
@@ -536,6 +539,8 @@ void CAudioWrapper::CImplementation::run(const CAudioHostBlock& block)
         runSlice(block, position, count);
         position += count;
     }
+    if (isFirst)
+        graph().reserveBuffers();
     if (env().latency != latencyBefore)
     {
         isLatencyNews = true;
