@@ -37,6 +37,11 @@ function(kor_room name)
         file(STRINGS ${source} kernel REGEX "define HWY_TARGET_INCLUDE" LIMIT_COUNT 1)
         if(kernel)
             set_source_files_properties(${source} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+            # Highway's vectors for 64-bit ARM are made for processors with the cryptographic extension, and what the
+            # compiler adds to a kernel by itself must be for the same.
+            if(CMAKE_SYSTEM_PROCESSOR STREQUAL "aarch64")
+                set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS -march=armv8-a+crypto)
+            endif()
         endif()
     endforeach()
     add_library(${name} STATIC ${sources})
