@@ -143,13 +143,10 @@ void CAudioGraphHost::process(const double* const* in, double* const* out, int o
     }
 }
 
-// What is pending goes first: what the call delivers is newer.
 void CAudioGraphHost::beginBlock()
 {
-    if (!impl->isReady())
-        return;
-    impl->context.collector.flush();
-    impl->blockStart();
+    if (impl->isReady())
+        impl->blockStart();
 }
 
 void CAudioGraphHost::beginSlice()

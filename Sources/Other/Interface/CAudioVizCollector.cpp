@@ -148,9 +148,11 @@ void CAudioVizCollector::changeListeners(CAudioVizSlot& slot, int delta, int gro
         switchModule(slot, isWanted);
 }
 
-// To store the value is to tell all that follow the parameter, which is another thread's work.
+// To store the value is to tell all that follow the parameter, which is another thread's work. What is pending, such as
+// the parameter's first value, goes first, as this is newer.
 void CAudioVizCollector::switchModule(CAudioVizSlot& slot, bool isOn)
 {
+    params->flush();
     const double value = isOn ? 1.0 : 0.0;
     CAudioParamRequest request;
     request.values = &value;
