@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "CRunStore.h"
 
+#include "Audio/Plugin/SharedSettings.h"
 #include "Core/CApplicationData.h"
 
 #include <algorithm>
@@ -11,24 +12,6 @@
 
 namespace kor
 {
-
-namespace
-{
-
-// Parameters that follow a setting of all instances, and the setting's name.
-constexpr struct
-{
-    const char* key;
-    const char* setting;
-} sharedSettings[] = {
-    {"lp-oversampling-enable", "lp-oversampling-enable"},
-    {"meter-rmstime", "integration-time"},
-    {"meter-releasetime", "release-time"},
-    {"meter-peaktime", "peak-level-hold-time"},
-    {"denorm-enable", "denorm-enable"},
-};
-
-}
 
 CRunStore::~CRunStore()
 {
@@ -58,7 +41,7 @@ void CRunStore::keep(const CParamAssignments& settings) const
 bool CRunStore::isShared(std::string_view key)
 {
     return std::any_of(std::begin(sharedSettings), std::end(sharedSettings),
-                       [&](const auto& row) { return key == row.key; });
+                       [&](const auto& row) { return key == row.param; });
 }
 
 }

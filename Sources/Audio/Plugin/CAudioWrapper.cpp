@@ -15,6 +15,7 @@
 #include "Audio/Plugin/CHostOversampling.h"
 #include "Audio/Plugin/CProgramChangeBridge.h"
 #include "Audio/Plugin/CWinSizeParamListener.h"
+#include "Audio/Plugin/SharedSettings.h"
 #include "Core/CApplicationData.h"
 #include "Core/CLog.h"
 #include "Core/CObject.h"
@@ -113,6 +114,7 @@ struct CAudioWrapper::CImplementation
     CAudioHostChannels channels;
     double rate = 44100.0;
     CArray<CStringBuf> labels;
+    bool isArranged = false;                        // the host has said what its channels are
 
     std::atomic<bool> isLayoutStale{true};
     std::atomic<bool> isOffline{false};
@@ -199,16 +201,7 @@ CError CAudioWrapper::CImplementation::findParam(CAudioParam*& param, const char
 
 CError CAudioWrapper::CImplementation::bindGlobals()
 {
-    static constexpr struct
-    {
-        const char* param;
-        const char* key;
-    } table[] = {{"lp-oversampling-enable", "lp-oversampling-enable"},
-                 {"meter-rmstime", "integration-time"},
-                 {"meter-releasetime", "release-time"},
-                 {"meter-peaktime", "peak-level-hold-time"},
-                 {"denorm-enable", "denorm-enable"}};
-    for (const auto& row : table)
+    for (const CSharedSetting& row : sharedSettings)
     {
         CAudioParam* param = nullptr;
         KOR_TRY(findParam(param, row.param));
@@ -257,6 +250,7 @@ void CAudioWrapper::setArrangement(const CAudioHostChannels& channels, CArray<CS
     {
         CLockHolder hold(impl->env().lock);
         impl->labels = std::move(labels);
+        impl->isArranged = true;
         if (!(impl->channels == channels))
         {
             impl->channels = channels;
@@ -273,6 +267,8 @@ void CAudioWrapper::CImplementation::fitRouting(CAudioParamUndoContext* undo)
     CArray<CStringBuf> names;
     {
         CLockHolder hold(env().lock);
+        if (!isArranged)
+            return;
         counts = channels;
         names = labels;
     }

@@ -39,6 +39,16 @@ double largestDifference(const CSignals& a, const CSignals& b)
     return most;
 }
 
+/// The plug-in in a host that has called nothing but init.
+class CUnarrangedPlugin : public CAudioWrapper
+{
+    void sendValue(int, double) override {}
+    void showValue(int, double) override {}
+    void beginEdit(int) override {}
+    void endEdit(int) override {}
+    void programChanged(bool) override {}
+};
+
 /// A setting that all instances share, for a scope.
 class CSetting
 {
@@ -239,6 +249,16 @@ TEST(Wrapper, UntouchedRoutingFollowsTheHost)
     EXPECT_EQ(routing("io-params.in-routing"), "12345600");
     EXPECT_EQ(routing("io-params.out-routing"), "12345600");
     EXPECT_EQ(routing("io-params.grouping"), "00000000");
+
+    // Before a host says what it has, a state stays what it is.
+    CTestEqualizer fresh;
+    CWriteSeqBuffer kept, kept2;
+    EXPECT_TRUE(succeeded(fresh.instance.saveState(kept)));
+    CUnarrangedPlugin unarranged;
+    EXPECT_TRUE(succeeded(unarranged.init()));
+    load(unarranged, kept.getContents());
+    EXPECT_TRUE(succeeded(unarranged.saveState(kept2)));
+    EXPECT_EQ(kept.getContents(), kept2.getContents());
 
     plugin.instance().findParam("io-params.group-names")->setText(0, 0, "Mine");
     plugin.setArrangement({2, 2, 0}, {"L", "R"});
