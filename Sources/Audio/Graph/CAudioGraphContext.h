@@ -37,6 +37,9 @@ public:
     /// Where nodes post what they measure for the display; null when nobody takes it. Set before the nodes are made.
     CAudioVizCollector* viz = nullptr;
 
+    /// The graph is being made ready off the audio thread: nodes may make ahead what they will need.
+    bool isPriming = false;
+
     // A window that opens or closes may bring in or take out a node in every band of every group. So that this never
     // makes a block late, each slice has room for a few, and the others wait for the next ones.
 

@@ -109,7 +109,9 @@ void CAudioGraphHost::prime()
         return;
     beginBlock();
     beginSlice();
+    impl->context.isPriming = true;
     impl->runSlice(nullptr, nullptr, 0, 1);
+    impl->context.isPriming = false;
 }
 
 void CAudioGraphHost::reserveBuffers()

@@ -71,6 +71,25 @@ void CAudioProcessTerminalBase::update()
     const bool mustUpdate = isRebuilt && inputs().portCount() > 1;
     for (CAudioModuleSlot& slot : slots)
         updateSlot(slot, mustUpdate);
+    if (context().isPriming)
+        makeSpares();
+}
+
+// A host that moves a parameter at every few samples starts a fade as often. Where there is time, the modules for that
+// are made ahead.
+void CAudioProcessTerminalBase::makeSpares()
+{
+    const bool fades = definition().traits().isSmoothUpdate ||
+                       std::ranges::any_of(paramSlots, [](const auto& param) { return param->isSmoothUpdate(); });
+    if (!fades || slots.empty())
+        return;
+    const CAudioModuleSlot& any = slots.front();
+    CArray<std::unique_ptr<CAudioModule>> kept;
+    kept.swap(spares);
+    while (kept.size() < slots.size() * CAudioModuleSlot::maxFades)
+        kept.push_back(takeModule(any.channel, any.group));
+    kept.reserve(kept.size() + slots.size() * (CAudioModuleSlot::maxFades + 1));
+    spares.swap(kept);
 }
 
 // Channels that stay, in the same group, keep their module with all its memory.

@@ -59,6 +59,7 @@ private:
     void takeSettings(CAudioModule& module);
     void startFade(CAudioModuleSlot& slot);
     std::unique_ptr<CAudioModule> takeModule(int channel, int group);
+    void makeSpares();
     void retire(std::unique_ptr<CAudioModule> module);
     void dropFaded(CAudioModuleSlot& slot);
 
