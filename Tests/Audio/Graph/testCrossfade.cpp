@@ -52,7 +52,7 @@ TEST(Crossfade, ComesOnlyWhereItIsAskedFor)
         bench.set("a.gain", 3.0);
         const CSignal out = bench.run(constant(1000, 1.0), 128);
         expectEach(out, [&](int i) { return c.fade == 0 ? 3.0 : 1.0 + 2.0 * faded(i, c.fade); });
-        EXPECT_EQ(moduleLog().made, c.fade == 0 ? 0 : 1);
+        EXPECT_EQ(moduleLog().made, 0);             // all that fades need was made ahead
         EXPECT_EQ(bench.terminal("a").runningFades(), 0);
     }
 }
