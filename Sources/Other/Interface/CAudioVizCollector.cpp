@@ -176,9 +176,6 @@ void CAudioVizCollector::frameUpdate()
             serveChannel(g);
     if (hasLocalDeltas.load(std::memory_order_relaxed))
         takeLocalDeltas();
-    // Nodes that are made now take their values from the store.
-    if (!env->isProcessing.load(std::memory_order_relaxed))
-        storeSwitched();
 }
 
 void CAudioVizCollector::serveChannel(int group)

@@ -622,7 +622,7 @@ TEST(InterfaceStress, WhatAChangeCostsTheBlocksThatTakeIt)
     }
 }
 
-// MORVA_LONG=1 takes a minute for each.
+// MORVA_LONG=1 takes a minute for each mix and length of blocks.
 TEST(InterfaceStress, WindowsHostAndSoundAgreeInTheEnd)
 {
     CInterfaceFixture f;
